@@ -1,0 +1,42 @@
+// The credential values of an Access-Request: CHAP, MS-CHAP and MS-CHAPv2.
+//
+// The functions are pure; the caller chooses identifier and challenges. MD4 and DES come from OpenSSL's
+// "legacy" provider, which the program has to load beforehand; without them the bytes that depend on them are
+// zero, and no error is raised. User names and passwords are taken byte by byte as they are.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace quarn::subscriber::radius::auth {
+
+using MsChapChallenge = std::array<std::uint8_t, 8>;
+using MsChapV2Challenge = std::array<std::uint8_t, 16>;
+using NtPasswordHash = std::array<std::uint8_t, 16>;
+using ChallengeResponse = std::array<std::uint8_t, 24>;
+
+/// The value of CHAP-Password (RFC 2865, section 5.3; RFC 1994, section 4.1): the identifier and
+/// MD5(identifier, password, challenge), 17 bytes.
+std::string chap_password(std::uint8_t identifier, std::string_view password, std::string_view challenge);
+
+/// MD4 of the password, each byte widened to two with a zero byte behind it: UTF-16LE for ASCII and Latin-1
+/// passwords (RFC 2759, section 8.3). UTF-8 is not decoded.
+NtPasswordHash nt_password_hash(std::string_view password);
+
+/// The challenge encrypted by DES with each of the three keys that the hash is cut into (RFC 2759,
+/// section 8.5).
+ChallengeResponse challenge_response(const MsChapChallenge& challenge, const NtPasswordHash& hash);
+
+/// The value of MS-CHAP-Response (RFC 2548, section 2.1.3), 50 bytes, with the NT response and without the
+/// LAN Manager one.
+std::string mschap_response(std::uint8_t identifier, std::string_view password,
+                            const MsChapChallenge& challenge);
+
+/// The value of MS-CHAP2-Response (RFC 2548, section 2.3.2; RFC 2759, section 8.1), 50 bytes.
+std::string mschapv2_response(std::uint8_t identifier, std::string_view user_name, std::string_view password,
+                              const MsChapV2Challenge& authenticator_challenge,
+                              const MsChapV2Challenge& peer_challenge);
+
+}  // namespace quarn::subscriber::radius::auth

@@ -1,0 +1,119 @@
+#include "quarn/radius/digest.h"
+
+#include <openssl/core_names.h>
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/params.h>
+
+#include <string>
+#include <unordered_map>
+
+#include "quarn/radius/openssl_handles.h"
+
+namespace quarn::subscriber::radius {
+
+namespace {
+
+EVP_MD_CTX* thread_md5_ctx() {
+    thread_local const DigestContext context(EVP_MD_CTX_new());
+    return context.get();
+}
+
+const EVP_MD* thread_md5_algorithm() {
+    thread_local const DigestAlgorithm algorithm(EVP_MD_fetch(nullptr, "MD5", nullptr));
+    return algorithm.get();
+}
+
+/// A new HMAC-MD5 context keyed with the secret, or null.
+MacContext new_hmac_md5_ctx(EVP_MAC* hmac, const std::string& secret) {
+    MacContext context(EVP_MAC_CTX_new(hmac));
+    if (!context) {
+        return nullptr;
+    }
+    char digest_name[] = "MD5";
+    const OSSL_PARAM parameters[] = {OSSL_PARAM_construct_utf8_string(OSSL_MAC_PARAM_DIGEST, digest_name, 0),
+                                     OSSL_PARAM_construct_end()};
+    const byte_span key = utils::as_bytes(secret);
+    if (EVP_MAC_init(context.get(), key.data(), key.size(), parameters) != 1) {
+        return nullptr;
+    }
+    return context;
+}
+
+/// This thread's HMAC context for the secret, freshly keyed or used before; null when there can be none.
+EVP_MAC_CTX* thread_hmac_md5_ctx_for(const std::string& secret) {
+    struct cache_s {
+        MacAlgorithm hmac{EVP_MAC_fetch(nullptr, "HMAC", nullptr)};
+        std::unordered_map<std::string, MacContext> contexts;
+    };
+    thread_local cache_s cache;
+
+    if (!cache.hmac) {
+        return nullptr;
+    }
+    if (const auto found = cache.contexts.find(secret); found != cache.contexts.end()) {
+        return found->second.get();
+    }
+    MacContext context = new_hmac_md5_ctx(cache.hmac.get(), secret);
+    if (!context) {
+        return nullptr;
+    }
+    return cache.contexts.emplace(secret, std::move(context)).first->second.get();
+}
+
+/// Whether a keyed HMAC context can be restarted without giving the key again: OpenSSL releases up to 3.0.2
+/// cannot.
+bool reinit_works() {
+    static const bool works = OpenSSL_version_num() > 0x3000002F;
+    return works;
+}
+
+}  // namespace
+
+Authenticator md5_spans(std::initializer_list<byte_span> spans) {
+    EVP_MD_CTX* const context = thread_md5_ctx();
+    const EVP_MD* const algorithm = thread_md5_algorithm();
+    Authenticator digest{};
+    if (context == nullptr || algorithm == nullptr || EVP_DigestInit_ex(context, algorithm, nullptr) != 1) {
+        return digest;
+    }
+    for (const byte_span span : spans) {
+        if (!span.empty()) {
+            EVP_DigestUpdate(context, span.data(), span.size());
+        }
+    }
+    EVP_DigestFinal_ex(context, digest.data(), nullptr);
+    return digest;
+}
+
+Authenticator hmac_md5_spans(std::string_view secret, std::initializer_list<byte_span> spans) {
+    Authenticator digest{};
+    EVP_MAC_CTX* context = thread_hmac_md5_ctx_for(std::string(secret));
+    if (context == nullptr) {
+        return digest;
+    }
+    MacContext duplicate;
+    if (reinit_works()) {
+        EVP_MAC_init(context, nullptr, 0, nullptr);
+    } else {
+        duplicate.reset(EVP_MAC_CTX_dup(context));
+        if (!duplicate) {
+            return digest;
+        }
+        context = duplicate.get();
+    }
+    for (const byte_span span : spans) {
+        if (!span.empty()) {
+            EVP_MAC_update(context, span.data(), span.size());
+        }
+    }
+    std::size_t length = 0;
+    EVP_MAC_final(context, digest.data(), &length, digest.size());
+    return digest;
+}
+
+bool equal_in_constant_time(byte_span left, byte_span right) {
+    return left.size() == right.size() && CRYPTO_memcmp(left.data(), right.data(), left.size()) == 0;
+}
+
+}  // namespace quarn::subscriber::radius

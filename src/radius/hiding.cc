@@ -1,0 +1,117 @@
+#include "quarn/radius/hiding.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <span>
+
+#include "quarn/radius/digest.h"
+#include "quarn/radius/random.h"
+
+namespace quarn::subscriber::radius {
+
+namespace {
+
+constexpr std::size_t block_size = 16;
+constexpr std::size_t salt_size = 2;
+
+enum class Direction { Hide, Reveal };
+
+/// The length rounded up to whole blocks.
+std::size_t padded_length(std::size_t length) {
+    return (length + block_size - 1) / block_size * block_size;
+}
+
+/// XORs whole blocks in place with their key stream. Each block's key is MD5(secret, previous ciphertext
+/// block), the first one's MD5(secret, first_previous).
+void apply_key_stream(Direction direction, std::span<std::uint8_t> blocks, std::string_view secret,
+                      byte_span first_previous) {
+    Authenticator key = md5_spans({utils::as_bytes(secret), first_previous});
+    for (;; blocks = blocks.subspan(block_size)) {
+        // Hiding chains on what it has just written, revealing on what it is about to overwrite.
+        std::array<std::uint8_t, block_size> ciphertext{};
+        for (std::size_t i = 0; i < block_size; ++i) {
+            const auto result = static_cast<std::uint8_t>(blocks[i] ^ key[i]);
+            ciphertext[i] = direction == Direction::Hide ? result : blocks[i];
+            blocks[i] = result;
+        }
+        if (blocks.size() == block_size) {
+            return;
+        }
+        key = md5_spans({utils::as_bytes(secret), ciphertext});
+    }
+}
+
+/// What the first Tunnel-Password block chains on: the authenticator followed by the salt.
+std::array<std::uint8_t, block_size + salt_size> salted(const Authenticator& authenticator, byte_span salt) {
+    std::array<std::uint8_t, block_size + salt_size> previous{};
+    std::copy(authenticator.begin(), authenticator.end(), previous.begin());
+    std::copy(salt.begin(), salt.end(), previous.begin() + block_size);
+    return previous;
+}
+
+}  // namespace
+
+Bytes encrypt_user_password(byte_span value, std::string_view secret, const Authenticator& authenticator) {
+    Bytes blocks(value.begin(), value.end());
+    blocks.resize(value.empty() ? block_size : padded_length(value.size()));
+    apply_key_stream(Direction::Hide, blocks, secret, authenticator);
+    return blocks;
+}
+
+std::string decrypt_user_password(byte_span cipher, std::string_view secret,
+                                  const Authenticator& authenticator) {
+    if (cipher.empty() || cipher.size() % block_size != 0) {
+        return {};
+    }
+    Bytes plain(cipher.begin(), cipher.end());
+    apply_key_stream(Direction::Reveal, plain, secret, authenticator);
+    while (!plain.empty() && plain.back() == 0) {
+        plain.pop_back();
+    }
+    return utils::to_text(plain);
+}
+
+Bytes encrypt_tunnel_password(byte_span value, std::string_view secret, const Authenticator& authenticator) {
+    const std::uint16_t salt = random_salt();
+    Bytes wire(salt_size + padded_length(1 + value.size()));
+    wire[0] = static_cast<std::uint8_t>(salt >> 8);
+    wire[1] = static_cast<std::uint8_t>(salt);
+    wire[salt_size] = static_cast<std::uint8_t>(value.size());
+    std::copy(value.begin(), value.end(), wire.begin() + salt_size + 1);
+    const std::span<std::uint8_t> bytes = wire;
+    apply_key_stream(Direction::Hide, bytes.subspan(salt_size), secret,
+                     salted(authenticator, bytes.first(salt_size)));
+    return wire;
+}
+
+std::string decrypt_tunnel_password(byte_span value, std::string_view secret,
+                                    const Authenticator& authenticator) {
+    if (value.size() < salt_size + block_size || (value.size() - salt_size) % block_size != 0) {
+        return {};
+    }
+    const byte_span cipher = value.subspan(salt_size);
+    Bytes plain(cipher.begin(), cipher.end());
+    apply_key_stream(Direction::Reveal, plain, secret, salted(authenticator, value.first(salt_size)));
+
+    const std::size_t length = plain[0];
+    const byte_span text = byte_span(plain).subspan(1);
+    return utils::to_text(length <= text.size() ? text.first(length) : text);
+}
+
+Bytes decrypt_leaf(Bytes value, std::uint32_t encrypt, std::string_view secret,
+                   const Authenticator& authenticator) {
+    if (secret.empty()) {
+        return value;
+    }
+    switch (encrypt) {
+        case hidden_as_user_password:
+            return utils::to_bytes(decrypt_user_password(value, secret, authenticator));
+        case hidden_as_tunnel_password:
+            return utils::to_bytes(decrypt_tunnel_password(value, secret, authenticator));
+        default:
+            return value;
+    }
+}
+
+}  // namespace quarn::subscriber::radius

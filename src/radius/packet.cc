@@ -1,0 +1,78 @@
+#include "quarn/radius/packet.h"
+
+#include <algorithm>
+#include <iterator>
+#include <stdexcept>
+#include <utility>
+
+#include "quarn/radius/value_encoding.h"
+
+namespace quarn::subscriber::radius {
+
+RadiusPacket::RadiusPacket(std::shared_ptr<const RadiusDictionary> shared_dictionary)
+    : dictionary(std::move(shared_dictionary)) {}
+
+std::string RadiusPacket::_key_for_path(const CodePath& code_path, std::string_view name) const {
+    return attribute_key(code_path, name);
+}
+
+RadiusAttribute& RadiusPacket::_insert_entry(std::string key, RadiusAttribute&& attribute) {
+    // The order grows first: should the map then run out of memory, no entry is left without its pointer.
+    attribute_order.push_back(nullptr);
+    try {
+        attribute_order.back() = &attribute_map.emplace(std::move(key), std::move(attribute)).first->second;
+    } catch (...) {
+        attribute_order.pop_back();
+        throw;
+    }
+    return *attribute_order.back();
+}
+
+void RadiusPacket::add_attribute(RadiusAttribute&& attribute) {
+    std::string key = _key_for_path(attribute.code_path, attribute.display_name());
+    const auto entry = attribute_map.find(key);
+    if (entry == attribute_map.end()) {
+        _insert_entry(std::move(key), std::move(attribute));
+        return;
+    }
+    std::vector<RadiusValue>& values = entry->second.values;
+    values.insert(values.end(), std::make_move_iterator(attribute.values.begin()),
+                  std::make_move_iterator(attribute.values.end()));
+}
+
+void RadiusPacket::add_attribute(std::string_view name, std::string_view value) {
+    const AttributeMetadata& record =
+        dictionary ? dictionary->attribute_by_name(name) : RadiusDictionary::unknown_definition();
+    if (!record.known) {
+        throw std::runtime_error("RadiusPacket: unknown attribute " + std::string(name));
+    }
+    // The entry exists before the text is looked at, and stays if the text turns out to be malformed.
+    std::string key = _key_for_path(record.code, record.name);
+    const auto found = attribute_map.find(key);
+    RadiusAttribute& attribute = found != attribute_map.end()
+                                     ? found->second
+                                     : _insert_entry(key, RadiusAttribute(record, record.code, key));
+    if (std::optional<Bytes> data = encode_text_value(*dictionary, record, value)) {
+        attribute.values.emplace_back(record.type, *std::move(data), std::uint8_t{0}, record.has_tag);
+    }
+}
+
+void RadiusPacket::set_attribute(std::string_view name, std::string_view value) {
+    // The replaced entry lives until the end: `name` and `value` may be views into it.
+    decltype(attribute_map)::node_type replaced;
+    if (const auto entry = attribute_map.find(name); entry != attribute_map.end()) {
+        std::erase(attribute_order, &entry->second);
+        replaced = attribute_map.extract(entry);
+    }
+    add_attribute(name, value);
+}
+
+void RadiusPacket::set_attribute(std::string_view name, std::uint32_t number) {
+    set_attribute(name, std::to_string(number));
+}
+
+std::vector<const RadiusAttribute*> RadiusPacket::attributes() const {
+    return {attribute_order.begin(), attribute_order.end()};
+}
+
+}  // namespace quarn::subscriber::radius

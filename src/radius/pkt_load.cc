@@ -1,0 +1,286 @@
+#include "quarn/radius/pkt_load.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+#include "quarn/net/buffer_reader.h"
+#include "quarn/radius/container_format.h"
+#include "quarn/radius/hiding.h"
+#include "quarn/radius/wire_format.h"
+
+namespace quarn::subscriber::radius {
+
+namespace {
+
+using net::BufferReader;
+using net::BufferView;
+
+class PacketDecoder {
+  public:
+    PacketDecoder(RadiusPacket& packet, std::string_view secret) : packet_(packet), secret_(secret) {}
+
+    std::vector<ParseIssue> decode(byte_span datagram) {
+        BufferReader reader(datagram);
+        const std::size_t packet_length = read_header(reader, datagram.size());
+        while (reader.position() < packet_length) {
+            decode_attribute(reader, packet_length);
+        }
+        finish_joined_value();
+        report_open_fragments();
+        for (RadiusAttribute& attribute : attributes_) {
+            packet_.add_attribute(std::move(attribute));
+        }
+        packet_.raw.assign(datagram.begin(), datagram.end());
+        return std::move(issues_);
+    }
+
+  private:
+    /// A value whose attributes follow each other directly in the packet (`AttributeMetadata::concat`).
+    struct JoinedValue {
+        CodePath path;
+        Bytes bytes;
+        std::string where;
+    };
+
+    std::size_t read_header(BufferReader& reader, std::size_t datagram_size) {
+        packet_.code = reader.read_u8();
+        packet_.identifier = reader.read_u8();
+        const std::size_t packet_length = reader.read_u16();
+        if (packet_length < header_size || packet_length > datagram_size) {
+            throw std::runtime_error("pkt_load: invalid packet length");
+        }
+        const byte_span authenticator = reader.read_bytes(authenticator_size);
+        std::copy(authenticator.begin(), authenticator.end(), packet_.authenticator.begin());
+        packet_.attribute_order.clear();
+        packet_.attribute_map.clear();
+        return packet_length;
+    }
+
+    void decode_attribute(BufferReader& reader, std::size_t packet_length) {
+        if (reader.remaining() < attribute_header_size) {
+            throw std::runtime_error("pkt_load: malformed attribute");
+        }
+        const std::size_t start = reader.position();
+        const std::uint32_t type = reader.read_u8();
+        const std::size_t length = reader.read_u8();
+        if (length < attribute_header_size || length > packet_length - start) {
+            throw std::runtime_error("pkt_load: invalid attribute length");
+        }
+        const byte_span value = reader.read_bytes(length - attribute_header_size);
+
+        joined_by_this_attribute_ = false;
+        switch (top_level_container(packet_.dictionary.get(), type)) {
+            case ContainerKind::Vsa:
+                decode_vendor_specific(type, value);
+                break;
+            case ContainerKind::Extended:
+                decode_extended(type, value, false);
+                break;
+            case ContainerKind::LongExtended:
+                decode_extended(type, value, true);
+                break;
+            case ContainerKind::None:
+            case ContainerKind::Tlv:
+            case ContainerKind::Evs:
+            case ContainerKind::Struct:
+                complete_value({type}, value, std::to_string(type));
+                break;
+        }
+        if (!joined_by_this_attribute_) {
+            finish_joined_value();
+        }
+    }
+
+    void decode_vendor_specific(std::uint32_t type, byte_span value) {
+        if (value.size() < vendor_id_size) {
+            report("vendor-specific attribute too short", std::to_string(type), "");
+            return;
+        }
+        BufferView reader(value);
+        const std::uint32_t vendor_id = reader.read_uint(vendor_id_size);
+        const VendorInfo& vendor = vendor_format(packet_.dictionary.get(), vendor_id);
+        const std::string where = "Vendor-" + std::to_string(vendor_id);
+
+        // What is too short to hold another sub-attribute's header is passed over without a word.
+        const std::size_t sub_header_size = vendor.type_size + vendor.length_size;
+        while (reader.remaining() >= sub_header_size) {
+            const std::uint32_t vendor_type = reader.read_uint(vendor.type_size);
+            const std::size_t length = reader.read_uint(vendor.length_size);
+            if (length < sub_header_size || length - sub_header_size > reader.remaining()) {
+                report("malformed vendor attribute length", where, std::to_string(vendor_type));
+                return;
+            }
+            const byte_span data = reader.read_bytes(length - sub_header_size);
+            if (vendor.continuation) {
+                decode_vendor_fragment(vendor_id, vendor_type, data, where);
+            } else {
+                complete_value({VSA_TYPE, vendor_id, vendor_type}, data, where);
+            }
+        }
+    }
+
+    /// A sub-attribute that begins with a continuation byte.
+    void decode_vendor_fragment(std::uint32_t vendor_id, std::uint32_t vendor_type, byte_span fragment,
+                                const std::string& where) {
+        if (fragment.empty()) {
+            report("vendor continuation byte missing", where, std::to_string(vendor_type));
+            return;
+        }
+        const bool more = (fragment.front() & more_flag) != 0;
+        const std::pair key(vendor_id, vendor_type);
+        append(vendor_fragments_[key], fragment.subspan(1));
+        if (!more) {
+            const Bytes value = std::move(vendor_fragments_.extract(key).mapped());
+            complete_value({VSA_TYPE, vendor_id, vendor_type}, value, where);
+        }
+    }
+
+    void decode_extended(std::uint32_t type, byte_span value, bool long_form) {
+        const std::string where = std::to_string(type);
+        if (value.empty()) {
+            report("extended attribute too short", where, "");
+            return;
+        }
+        if (long_form && value.size() < 2) {
+            report("long-extended attribute too short", where, "");
+            return;
+        }
+        BufferView reader(value);
+        CodePath path = {type, reader.read_u8()};
+        const bool more = long_form && (reader.read_u8() & more_flag) != 0;
+        if (path.back() == VSA_TYPE) {
+            if (reader.remaining() < vendor_id_size + extended_vendor_type_size) {
+                report("extended-vendor-specific header too short", where, "");
+                return;
+            }
+            path.push_back(reader.read_uint(vendor_id_size));
+            path.push_back(reader.read_uint(extended_vendor_type_size));
+        }
+        if (!long_form) {
+            complete_value(path, reader.read_rest(), where);
+            return;
+        }
+        append(long_extended_fragments_[path], reader.read_rest());
+        if (!more) {
+            const Bytes joined = std::move(long_extended_fragments_.extract(path).mapped());
+            complete_value(path, joined, where);
+        }
+    }
+
+    /// Takes one value as an attribute carried it, apart from what several attributes may have to be joined.
+    void complete_value(const CodePath& path, byte_span bytes, const std::string& where) {
+        if (!packet_.dictionary->attribute_by_code(path).concat) {
+            finish_joined_value();
+            decode_leaf(path, bytes, where);
+            return;
+        }
+        if (joined_value_ && joined_value_->path != path) {
+            finish_joined_value();
+        }
+        if (!joined_value_) {
+            joined_value_ = JoinedValue{path, {}, where};
+        }
+        append(joined_value_->bytes, bytes);
+        joined_by_this_attribute_ = true;
+    }
+
+    void finish_joined_value() {
+        if (joined_value_) {
+            const JoinedValue joined = *std::exchange(joined_value_, std::nullopt);
+            decode_leaf(joined.path, joined.bytes, joined.where);
+        }
+    }
+
+    void decode_leaf(const CodePath& path, byte_span bytes, const std::string& where) {
+        const AttributeMetadata& record = packet_.dictionary->attribute_by_code(path);
+        if (record.kind == ContainerKind::Tlv) {
+            decode_nested_tlvs(path, bytes, where);
+            return;
+        }
+        Bytes data(bytes.begin(), bytes.end());
+        std::uint8_t tag = 0;
+        if (record.has_tag && !data.empty()) {
+            tag = data.front();
+            if (record.fixed_size > 1 && data.size() == record.fixed_size) {
+                data.front() = 0;  // a tagged number keeps its width (RFC 2868, section 3.1)
+            } else {
+                data.erase(data.begin());
+            }
+        }
+        data = decrypt_leaf(std::move(data), record.encrypt, secret_, packet_.authenticator);
+        entry_for(path, record).values.emplace_back(record.type, std::move(data), tag, record.has_tag);
+    }
+
+    void decode_nested_tlvs(const CodePath& path, byte_span list, const std::string& where) {
+        BufferView reader(list);
+        while (reader.remaining() >= attribute_header_size) {
+            const std::uint32_t type = reader.read_u8();
+            const std::size_t length = reader.read_u8();
+            if (length < attribute_header_size || length - attribute_header_size > reader.remaining()) {
+                report("malformed nested TLV length", where, std::to_string(type));
+                return;
+            }
+            CodePath nested = path;
+            nested.push_back(type);
+            decode_leaf(nested, reader.read_bytes(length - attribute_header_size), where);
+        }
+    }
+
+    RadiusAttribute& entry_for(const CodePath& path, const AttributeMetadata& record) {
+        const auto [position, is_new] = positions_.try_emplace(path, attributes_.size());
+        if (is_new) {
+            attributes_.emplace_back(record, path, std::string());
+        }
+        return attributes_[position->second];
+    }
+
+    void report_open_fragments() {
+        for (const auto& [key, fragments] : vendor_fragments_) {
+            report("unterminated continuation value", "Vendor-" + std::to_string(key.first),
+                   std::to_string(key.second));
+        }
+        for (const auto& [path, fragments] : long_extended_fragments_) {
+            const bool vendor_specific = path.size() > 2;
+            report("unterminated long-extended value", std::to_string(path.front()),
+                   vendor_specific ? std::to_string(path.back()) : "");
+        }
+    }
+
+    void report(std::string message, std::string where, std::string inner_type) {
+        issues_.push_back({std::move(message), std::move(where), std::move(inner_type)});
+    }
+
+    static void append(Bytes& bytes, byte_span more) { bytes.insert(bytes.end(), more.begin(), more.end()); }
+
+    RadiusPacket& packet_;
+    std::string_view secret_;
+    std::vector<ParseIssue> issues_;
+
+    std::map<std::pair<std::uint32_t, std::uint32_t>, Bytes> vendor_fragments_;  // by vendor and type
+    std::map<CodePath, Bytes> long_extended_fragments_;
+    std::optional<JoinedValue> joined_value_;
+    bool joined_by_this_attribute_ = false;
+
+    std::vector<RadiusAttribute> attributes_;  // one for each code path, in order of first appearance
+    std::unordered_map<CodePath, std::size_t, CodePathHash> positions_;
+};
+
+}  // namespace
+
+std::vector<ParseIssue> pkt_load(RadiusPacket& packet, const std::uint8_t* data, std::size_t length,
+                                 std::string_view secret) {
+    if (!packet.dictionary) {
+        throw std::runtime_error("pkt_load: dictionary required");
+    }
+    if (length < header_size) {
+        throw std::runtime_error("pkt_load: malformed packet");
+    }
+    return PacketDecoder(packet, secret).decode({data, length});
+}
+
+}  // namespace quarn::subscriber::radius

@@ -1,0 +1,27 @@
+// Failures that end the run before there is anything to judge. `main` turns each into what the user reads on
+// standard error, and exit status 1.
+#pragma once
+
+#include <cerrno>
+#include <stdexcept>
+
+namespace quarn::authprobe {
+
+/// A failure whose text is printed as it stands; it ends with a newline.
+class ClientError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A failed system call, printed by `perror`: the text given, ": " and the system's own words.
+class SystemCallError : public std::runtime_error {
+  public:
+    explicit SystemCallError(const char* what) : std::runtime_error(what), error_number_(errno) {}
+
+    int error_number() const { return error_number_; }
+
+  private:
+    int error_number_;
+};
+
+}  // namespace quarn::authprobe

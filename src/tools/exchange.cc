@@ -1,0 +1,48 @@
+#include "quarn/tools/exchange.h"
+
+#include <iostream>
+#include <string>
+
+#include "quarn/tools/console_report.h"
+
+namespace quarn::authprobe {
+
+namespace {
+
+constexpr std::size_t identifier_offset = 1;
+constexpr std::size_t min_reply_size = 20;  // a header without attributes (RFC 2865, section 3)
+
+bool is_reply_to(const AccessRequest& request, const utils::Bytes& datagram) {
+    return datagram.size() >= min_reply_size && datagram[identifier_offset] == request.packet.identifier;
+}
+
+}  // namespace
+
+void announce_request(const AccessRequest& request, const ServerConnection& connection) {
+    std::cout << colourise(green, " Sent Access-Request Id " + std::to_string(request.packet.identifier) +
+                                      " from " + connection.local_address_text() + ":" +
+                                      std::to_string(connection.local_port()) + " to " +
+                                      connection.server_address_text() + ":" +
+                                      std::to_string(connection.server_port()) + " length " +
+                                      std::to_string(request.datagram.size()))
+              << '\n';
+    print_attributes(request.packet, request.packet.dictionary.get());
+    std::cout.flush();  // what was asked is there to read while the answer is awaited
+}
+
+std::optional<utils::Bytes> exchange(const AccessRequest& request, const ServerConnection& connection,
+                                     const ClientSettings& settings) {
+    for (std::int32_t attempt = 0; attempt < settings.retry; ++attempt) {
+        connection.send(request.datagram);
+        std::optional<utils::Bytes> datagram = connection.receive(settings.timeout);
+        if (datagram && is_reply_to(request, *datagram)) {
+            return datagram;
+        }
+        std::cerr << colourise(yellow,
+                               " No reply from server for ID " + std::to_string(request.packet.identifier))
+                  << '\n';
+    }
+    return std::nullopt;
+}
+
+}  // namespace quarn::authprobe

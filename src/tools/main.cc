@@ -1,0 +1,68 @@
+// authprobe: sends one Access-Request to a RADIUS server and tells what came of it.
+
+#include <openssl/crypto.h>
+#include <openssl/provider.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+#include "quarn/tools/access_request.h"
+#include "quarn/tools/auth_method.h"
+#include "quarn/tools/client_error.h"
+#include "quarn/tools/command_line.h"
+#include "quarn/tools/exchange.h"
+#include "quarn/tools/server_connection.h"
+#include "quarn/tools/verdict.h"
+
+namespace {
+
+using namespace quarn::authprobe;
+
+void print_banner() {
+    std::cout << "\n Vornhelm Quarn " AUTHPROBE_VERSION "\n     Copyright (C) 2026 Vornhelm\n\n";
+}
+
+/// The command line alone decides what a run does: no library may take its own settings from the environment
+/// or from a file that the environment names.
+void ignore_environment() {
+    unsetenv("POSIXLY_CORRECT");  // getopt_long: whether options may follow operands
+    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);  // OPENSSL_CONF
+    OSSL_PROVIDER_set_default_search_path(nullptr,
+                                          OPENSSL_info(OPENSSL_INFO_MODULES_DIR));  // OPENSSL_MODULES
+}
+
+int run(int argc, char* argv[]) {
+    ClientSettings settings = read_command_line(argc, argv);
+    prepare_auth_method(settings);
+    const auto nas_port = parse_nas_port(settings);
+    split_server_operand(settings);
+    ServerConnection connection(settings);
+
+    const auto dictionary = load_dictionary(settings);
+    const AccessRequest request =
+        build_access_request(settings, nas_port, connection.local_address_text(), dictionary);
+
+    announce_request(request, connection);
+    const auto reply = exchange(request, connection, settings);
+    connection.close();
+    return reply ? judge_reply(*reply, request, connection, settings) : report_silence(connection);
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    ignore_environment();
+    print_banner();
+    try {
+        return run(argc, argv);
+    } catch (const ClientError& error) {
+        std::cerr << error.what();
+    } catch (const SystemCallError& error) {
+        std::cout.flush();
+        errno = error.error_number();
+        std::perror(error.what());
+    }
+    return EXIT_FAILURE;
+}

@@ -1,0 +1,47 @@
+// The warning sink: where problems go that need not stop the work at hand.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace quarn {
+
+/// What the program around the library provides to it.
+///
+/// Warnings are discarded unless the program asks for them:
+///
+///     const quarn::App::WarningHandler show([](std::string_view message, const quarn::App::Fields& fields) {
+///         std::cerr << message << '\n';
+///     });
+///     dictionary.load(path);  // reports to the function above
+class App {
+  public:
+    /// Key and value texts that say where and what, such as {"line", "12"}, in a fixed order.
+    using Fields = std::vector<std::pair<std::string, std::string>>;
+    using Sink = std::function<void(std::string_view message, const Fields& fields)>;
+
+    /// Hands a warning to this thread's innermost handler; discards it when there is none.
+    static void warn(std::string_view message, const Fields& fields);
+
+    /// Receives this thread's warnings for as long as it lives; then the previous handler does again.
+    class WarningHandler {
+      public:
+        explicit WarningHandler(Sink sink);
+        ~WarningHandler();
+        WarningHandler(const WarningHandler&) = delete;
+        WarningHandler& operator=(const WarningHandler&) = delete;
+
+      private:
+        friend class App;
+        Sink sink_;
+        const WarningHandler* previous_;
+    };
+
+  private:
+    static const WarningHandler*& current_handler();
+};
+
+}  // namespace quarn

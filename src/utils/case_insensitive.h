@@ -1,0 +1,44 @@
+// Hash and equality of names that differ at most in ASCII case. Every map keyed by an attribute, value or
+// vendor name uses the pair; both are transparent, so a look-up by `std::string_view` copies nothing.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "quarn/utils/ascii.h"
+
+namespace quarn::utils {
+
+/// FNV-1a's 64-bit prime.
+inline constexpr std::uint64_t fnv_prime = 0x100000001B3;
+
+/// Where every hash of this system starts. It is deliberately not FNV's usual offset basis.
+inline constexpr std::uint64_t fnv_start = 0x14650FB0739D0383;
+
+/// 64-bit FNV-1a over the bytes of a key after folding A to Z; an empty key hashes to `fnv_start`.
+struct CaseInsensitiveHash {
+    using is_transparent = void;
+
+    std::size_t operator()(std::string_view key) const noexcept {
+        std::uint64_t hash = fnv_start;
+        for (const char character : key) {
+            hash = (hash ^ ascii_lower(static_cast<unsigned char>(character))) * fnv_prime;
+        }
+        return hash;
+    }
+};
+
+/// Equality under the same folding; bytes of 128 and above compare exactly.
+struct CaseInsensitiveEqual {
+    using is_transparent = void;
+
+    bool operator()(std::string_view left, std::string_view right) const noexcept {
+        return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](char a, char b) {
+            return ascii_lower(static_cast<unsigned char>(a)) == ascii_lower(static_cast<unsigned char>(b));
+        });
+    }
+};
+
+}  // namespace quarn::utils
