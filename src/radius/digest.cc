@@ -112,8 +112,4 @@ Authenticator hmac_md5_spans(std::string_view secret, std::initializer_list<byte
     return digest;
 }
 
-bool equal_in_constant_time(byte_span left, byte_span right) {
-    return left.size() == right.size() && CRYPTO_memcmp(left.data(), right.data(), left.size()) == 0;
-}
-
 }  // namespace quarn::subscriber::radius

@@ -71,6 +71,11 @@ void RadiusPacket::set_attribute(std::string_view name, std::uint32_t number) {
     set_attribute(name, std::to_string(number));
 }
 
+const RadiusAttribute* RadiusPacket::find_attribute(std::string_view key) const {
+    const auto entry = attribute_map.find(key);
+    return entry == attribute_map.end() ? nullptr : &entry->second;
+}
+
 std::vector<const RadiusAttribute*> RadiusPacket::attributes() const {
     return {attribute_order.begin(), attribute_order.end()};
 }

@@ -56,6 +56,10 @@ class RadiusPacket {
     void set_attribute(std::string_view name, std::string_view value);
     void set_attribute(std::string_view name, std::uint32_t number);
 
+    /// The attribute of this key, such as "User-Name" or "attr-26.9.77", without regard to ASCII case; null
+    /// when there is none. Valid until the packet is changed or destroyed.
+    const RadiusAttribute* find_attribute(std::string_view key) const;
+
     /// The attributes in order; valid until the packet is changed or destroyed.
     std::vector<const RadiusAttribute*> attributes() const;
 

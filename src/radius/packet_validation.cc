@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "quarn/net/buffer_reader.h"
+#include "quarn/radius/constant_time.h"
 #include "quarn/radius/digest.h"
 #include "quarn/radius/packet.h"
 #include "quarn/radius/packet_code.h"
@@ -77,11 +78,11 @@ bool RadiusPacket::_exceeds_maximum_size() const {
 }
 
 std::optional<RadiusPacketValRes> RadiusPacket::_check_message_authenticator(std::string_view secret) const {
-    const auto entry = attribute_map.find(std::string_view("Message-Authenticator"));
-    if (entry == attribute_map.end() || code == ACCOUNTING_REQUEST) {
+    const RadiusAttribute* const attribute = find_attribute("Message-Authenticator");
+    if (attribute == nullptr || code == ACCOUNTING_REQUEST) {
         return std::nullopt;
     }
-    const std::vector<RadiusValue>& values = entry->second.values;
+    const std::vector<RadiusValue>& values = attribute->values;
     if (values.size() != 1 || values.front().data.size() != ZERO16.size()) {
         return RadiusPacketValRes(ValidationError::InvalidMessageAuthenticator,
                                   "RadiusPacket: malformed Message-Authenticator");

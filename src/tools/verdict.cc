@@ -92,8 +92,7 @@ int judge_reply(utils::byte_span datagram, const AccessRequest& request, const S
         return report_invalid_reply(result);
     }
     std::cout << std::endl;
-    if (!settings.no_message_auth &&
-        !reply.attribute_map.contains(std::string_view("Message-Authenticator"))) {
+    if (!settings.no_message_auth && reply.find_attribute("Message-Authenticator") == nullptr) {
         std::cerr << status_line(yellow, "WARNING: reply has no Message-Authenticator attribute") << '\n';
     }
     if (reply.code != radius::ACCESS_ACCEPT) {
