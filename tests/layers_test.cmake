@@ -3,7 +3,6 @@
 #     cmake -D SOURCE_DIR=<src> -P layers_test.cmake
 cmake_minimum_required(VERSION 3.25)
 
-
 set(utils_may_use utils)
 set(net_may_use utils net)
 set(radius_may_use utils net radius)

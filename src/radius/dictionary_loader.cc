@@ -98,6 +98,9 @@ CodePath parse_code_path(const std::string& text) {
 }
 
 AttributeMetadata read_metadata(const std::string& name, const YAML::Node& definition) {
+    if (!definition.IsMap() && !definition.IsNull()) {
+        throw std::invalid_argument("attribute definition must be a map");
+    }
     AttributeMetadata metadata;
     metadata.name = name;
     if (const YAML::Node code = definition["code"]) {

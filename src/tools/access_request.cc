@@ -22,15 +22,20 @@ using subscriber::radius::RadiusPacket;
 
 namespace radius = subscriber::radius;
 
-/// Sets Framed-Protocol by the name of one of its values or by number.
+/// Sets Framed-Protocol by the name of one of its values or by number, which the dictionary's type for it has
+/// to be able to hold.
 void add_framed_protocol(RadiusPacket& packet, const std::string& protocol) {
     try {
         const auto named = packet.dictionary->enum_value("Framed-Protocol", protocol);
         const auto number = named ? std::optional<std::uint64_t>(*named) : leading_unsigned(protocol);
         packet.set_attribute("Framed-Protocol", static_cast<std::uint32_t>(number.value()));
+        if (!packet.find_attribute("Framed-Protocol")->values.empty()) {
+            return;
+        }
     } catch (const std::exception&) {
-        throw ClientError("authprobe: unknown framed-protocol \"" + protocol + "\"\n");
+        // told below, as every number that cannot be set
     }
+    throw ClientError("authprobe: unknown framed-protocol \"" + protocol + "\"\n");
 }
 
 void add_attributes(RadiusPacket& packet, const ClientSettings& settings,

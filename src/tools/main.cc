@@ -1,7 +1,8 @@
 // authprobe: sends one Access-Request to a RADIUS server and tells what came of it.
 
+#include <fcntl.h>
 #include <openssl/crypto.h>
-#include <openssl/provider.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -20,17 +21,28 @@ namespace {
 
 using namespace quarn::authprobe;
 
-void print_banner() {
-    std::cout << "\n Vornhelm Quarn " AUTHPROBE_VERSION "\n     Copyright (C) 2026 Vornhelm\n\n";
+/// Started with a standard stream closed, the process would get its number for the socket, and what is meant
+/// for the user would go to the server.
+void hold_standard_streams() {
+    for (int descriptor = 0; descriptor >= 0 && descriptor <= STDERR_FILENO;) {
+        descriptor = open("/dev/null", O_RDWR);
+        if (descriptor > STDERR_FILENO) {
+            close(descriptor);
+        }
+    }
 }
 
-/// The command line alone decides what a run does: no library may take its own settings from the environment
-/// or from a file that the environment names.
+/// The command line alone decides what a run does: no library may take settings of its own from the
+/// environment or from a file that the environment names.
 void ignore_environment() {
-    unsetenv("POSIXLY_CORRECT");  // getopt_long: whether options may follow operands
-    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);  // OPENSSL_CONF
-    OSSL_PROVIDER_set_default_search_path(nullptr,
-                                          OPENSSL_info(OPENSSL_INFO_MODULES_DIR));  // OPENSSL_MODULES
+    clearenv();
+    setenv("TZ", "UTC0", 1);  // else times are converted by the machine's zone file, leap seconds included
+    // OpenSSL would read its configuration from where it was built to find it.
+    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
+}
+
+void print_banner() {
+    std::cout << "\n Vornhelm Quarn " AUTHPROBE_VERSION "\n     Copyright (C) 2026 Vornhelm\n" << std::endl;
 }
 
 int run(int argc, char* argv[]) {
@@ -53,6 +65,7 @@ int run(int argc, char* argv[]) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    hold_standard_streams();
     ignore_environment();
     print_banner();
     try {
