@@ -20,6 +20,8 @@ struct RadiusAttribute {
     /// counts only for an attribute that no dictionary defines.
     RadiusAttribute(const AttributeMetadata& record, CodePath path, std::string given_name);
 
+    RadiusAttribute(const AttributeMetadata&& temporary, CodePath, std::string) = delete;
+
     /// The dictionary's name, or `name` for an attribute that no dictionary defines.
     const std::string& display_name() const;
 

@@ -5,6 +5,7 @@
 #include <openssl/evp.h>
 #include <openssl/params.h>
 
+#include <functional>
 #include <string>
 #include <unordered_map>
 
@@ -25,7 +26,7 @@ const EVP_MD* thread_md5_algorithm() {
 }
 
 /// A new HMAC-MD5 context keyed with the secret, or null.
-MacContext new_hmac_md5_ctx(EVP_MAC* hmac, const std::string& secret) {
+MacContext new_hmac_md5_ctx(EVP_MAC* hmac, std::string_view secret) {
     MacContext context(EVP_MAC_CTX_new(hmac));
     if (!context) {
         return nullptr;
@@ -40,11 +41,16 @@ MacContext new_hmac_md5_ctx(EVP_MAC* hmac, const std::string& secret) {
     return context;
 }
 
+/// The standard hash of a string; transparent, so that finding a secret copies nothing.
+struct SecretHash : std::hash<std::string_view> {
+    using is_transparent = void;
+};
+
 /// This thread's HMAC context for the secret, freshly keyed or used before; null when there can be none.
-EVP_MAC_CTX* thread_hmac_md5_ctx_for(const std::string& secret) {
+EVP_MAC_CTX* thread_hmac_md5_ctx_for(std::string_view secret) {
     struct cache_s {
         MacAlgorithm hmac{EVP_MAC_fetch(nullptr, "HMAC", nullptr)};
-        std::unordered_map<std::string, MacContext> contexts;
+        std::unordered_map<std::string, MacContext, SecretHash, std::equal_to<>> contexts;
     };
     thread_local cache_s cache;
 
@@ -58,7 +64,7 @@ EVP_MAC_CTX* thread_hmac_md5_ctx_for(const std::string& secret) {
     if (!context) {
         return nullptr;
     }
-    return cache.contexts.emplace(secret, std::move(context)).first->second.get();
+    return cache.contexts.emplace(std::string(secret), std::move(context)).first->second.get();
 }
 
 /// Whether a keyed HMAC context can be restarted without giving the key again: OpenSSL releases up to 3.0.2
@@ -88,7 +94,7 @@ Authenticator md5_spans(std::initializer_list<byte_span> spans) {
 
 Authenticator hmac_md5_spans(std::string_view secret, std::initializer_list<byte_span> spans) {
     Authenticator digest{};
-    EVP_MAC_CTX* context = thread_hmac_md5_ctx_for(std::string(secret));
+    EVP_MAC_CTX* context = thread_hmac_md5_ctx_for(secret);
     if (context == nullptr) {
         return digest;
     }

@@ -1,7 +1,9 @@
 // Hiding attribute values on the wire: the values are XOR-ed with an MD5 key stream made from the shared
 // secret and an authenticator. Which values are hidden is for the dictionary to say
 // (`AttributeMetadata::encrypt`). No function here sees attribute headers, tags or fragments, and revealing
-// never fails: bytes of an impossible length give an empty result, a wrong secret gives garbage.
+// never fails: bytes of an impossible length give an empty result, a wrong secret gives garbage. Where
+// OpenSSL lacks MD5 the key stream is all zero: a program that may run without MD5 has to check for it before
+// it sends a password.
 #pragma once
 
 #include <cstdint>

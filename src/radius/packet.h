@@ -72,6 +72,7 @@ class RadiusPacket {
     /// reply needs `request_authenticator`.
     RadiusPacketValRes validate(std::string_view secret) const;
 
+    /// Keeps alive what the attributes' `metadata` points to: replaced only while there are no attributes.
     std::shared_ptr<const RadiusDictionary> dictionary;
     std::uint8_t code = 0;
     std::uint8_t identifier = 0;

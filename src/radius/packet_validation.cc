@@ -36,6 +36,12 @@ std::optional<std::size_t> find_message_authenticator(byte_span raw) {
     return std::nullopt;
 }
 
+/// Whether the received bytes are the digest computed for them. Sixteen zero bytes stand for a digest that
+/// could not be computed: they match nothing, not even themselves.
+bool digest_matches(const Authenticator& computed, byte_span received) {
+    return computed != ZERO16 && equal_in_constant_time(computed, received);
+}
+
 RadiusPacketValRes request_authenticator_required() {
     return {ValidationError::InvalidAuthenticator, "RadiusPacket: request authenticator required"};
 }
@@ -109,7 +115,7 @@ std::optional<RadiusPacketValRes> RadiusPacket::_check_message_authenticator(std
         hmac_md5_spans(secret, {bytes.first(authenticator_offset), covered,
                                 bytes.subspan(header_size, digest_position - header_size), ZERO16,
                                 bytes.subspan(digest_position + ZERO16.size())});
-    if (!equal_in_constant_time(expected, bytes.subspan(digest_position, expected.size()))) {
+    if (!digest_matches(expected, bytes.subspan(digest_position, expected.size()))) {
         return message_authenticator_mismatch();
     }
     return std::nullopt;
@@ -128,7 +134,7 @@ RadiusPacketValRes RadiusPacket::_check_authenticator(std::string_view secret) c
         const Authenticator expected =
             md5_spans({bytes.first(authenticator_offset), is_response ? *request_authenticator : ZERO16,
                        bytes.subspan(header_size), utils::as_bytes(secret)});
-        if (equal_in_constant_time(expected, bytes.subspan(authenticator_offset, authenticator_size))) {
+        if (digest_matches(expected, bytes.subspan(authenticator_offset, authenticator_size))) {
             return {};
         }
     }

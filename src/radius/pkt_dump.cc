@@ -73,9 +73,8 @@ Bytes wrap_nested_tlv(const CodePath& path, byte_span bytes, std::size_t start) 
     return wrapped.take();
 }
 
-void build_plain(BufferWriter& out, const CodePath& path, byte_span bytes, bool may_split,
+void build_plain(BufferWriter& out, std::uint32_t type, byte_span bytes, bool may_split,
                  const std::string& name, Issues& issues) {
-    const std::uint32_t type = path.empty() ? 0 : path.front();
     for_each_fragment(fit(bytes, max_value_size, may_split, name, issues), max_value_size,
                       [&](byte_span piece, bool) {
                           append_attribute_header(out, type, piece.size());
@@ -192,7 +191,8 @@ class PacketEncoder {
         const CodePath& path = attribute.code_path;
         const RadiusDictionary* const dictionary = packet_.dictionary.get();
         const std::string& name = attribute.display_name();
-        const ContainerKind container = top_level_container(dictionary, path.empty() ? 0 : path.front());
+        const std::uint32_t type = path.empty() ? 0 : path.front();
+        const ContainerKind container = top_level_container(dictionary, type);
 
         if (container == ContainerKind::Vsa && path.size() >= 3) {
             build_vsa(out_, path, bytes, vendor_format(dictionary, path[1]), name, issues_);
@@ -202,7 +202,10 @@ class PacketEncoder {
         } else {
             const AttributeMetadata& record = *attribute.metadata;
             const bool may_split = dictionary != nullptr && (record.concat || record.continuation);
-            build_plain(out_, path, bytes, may_split, name, issues_);
+            // A plain attribute may be a list of TLVs, as IPv6-6rd-Configuration is (RFC 6930, section 4).
+            const std::size_t nesting_start = container == ContainerKind::Tlv ? 1 : path.size();
+            const Bytes value = wrap_nested_tlv(path, bytes, nesting_start);
+            build_plain(out_, type, value, may_split, name, issues_);
         }
     }
 

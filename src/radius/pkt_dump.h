@@ -12,11 +12,12 @@ namespace quarn::subscriber::radius {
 
 /// The datagram that carries `packet`, whose attributes are written in order, each value as an attribute or
 /// attributes of its own: plain ones, Vendor-Specific ones in the vendor's format (RFC 2865, section 5.26),
-/// extended and long-extended ones (RFC 6929) and TLVs nested in these. Hidden values are hidden, a
-/// Message-Authenticator that the caller added is filled in (RFC 3579, section 3.2), and the Authenticator is
-/// the packet's own or, where the code asks for it, computed:
+/// extended and long-extended ones (RFC 6929), and TLVs nested in these or in a plain one. Hidden values are
+/// hidden, a Message-Authenticator that the caller added is filled in (RFC 3579, section 3.2), and the
+/// Authenticator is the packet's own or, where the code asks for it, computed:
 ///
-///     Access-Request                        `authenticator`; a random one when that is all zero
+///     Access-Request                        `authenticator`; a random one when that is all zero, to be read
+///                                           from the datagram's bytes 4 to 19
 ///     Accounting-, Disconnect-, CoA-Request MD5 over the packet with a zero Authenticator, and the secret
 ///     replies                               MD5 over the packet with `request_authenticator`, and the secret
 ///

@@ -5,7 +5,6 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <unordered_map>
 #include <utility>
 
 #include "quarn/net/buffer_reader.h"
@@ -35,7 +34,7 @@ class PacketDecoder {
         for (RadiusAttribute& attribute : attributes_) {
             packet_.add_attribute(std::move(attribute));
         }
-        packet_.raw.assign(datagram.begin(), datagram.end());
+        packet_.raw = Bytes(datagram.begin(), datagram.end());  // the datagram may be the old `raw`
         return std::move(issues_);
     }
 
@@ -136,7 +135,7 @@ class PacketDecoder {
         append(vendor_fragments_[key], fragment.subspan(1));
         if (!more) {
             const Bytes value = std::move(vendor_fragments_.extract(key).mapped());
-            complete_value({VSA_TYPE, vendor_id, vendor_type}, value, where);
+            complete_delimited_value({VSA_TYPE, vendor_id, vendor_type}, value, where);
         }
     }
 
@@ -168,15 +167,20 @@ class PacketDecoder {
         append(long_extended_fragments_[path], reader.read_rest());
         if (!more) {
             const Bytes joined = std::move(long_extended_fragments_.extract(path).mapped());
-            complete_value(path, joined, where);
+            complete_delimited_value(path, joined, where);
         }
     }
 
-    /// Takes one value as an attribute carried it, apart from what several attributes may have to be joined.
+    /// Takes the value of a container that marks itself where a fragmented value ends.
+    void complete_delimited_value(const CodePath& path, byte_span bytes, const std::string& where) {
+        finish_joined_value();
+        decode_leaf(path, bytes, where);
+    }
+
+    /// Takes a value that, if the dictionary says so, may continue in the next attribute.
     void complete_value(const CodePath& path, byte_span bytes, const std::string& where) {
         if (!packet_.dictionary->attribute_by_code(path).concat) {
-            finish_joined_value();
-            decode_leaf(path, bytes, where);
+            complete_delimited_value(path, bytes, where);
             return;
         }
         if (joined_value_ && joined_value_->path != path) {
@@ -267,7 +271,7 @@ class PacketDecoder {
     bool joined_by_this_attribute_ = false;
 
     std::vector<RadiusAttribute> attributes_;  // one for each code path, in order of first appearance
-    std::unordered_map<CodePath, std::size_t, CodePathHash> positions_;
+    std::map<CodePath, std::size_t> positions_;
 };
 
 }  // namespace

@@ -11,8 +11,9 @@ namespace quarn::subscriber::radius {
 /// "random_authenticator: RAND_bytes failed (CSPRNG unavailable)".
 Authenticator random_authenticator();
 
-/// A salt for Tunnel-Password hiding (RFC 2868, section 3.5), its most significant bit set; written most
-/// significant byte first. Throws `std::runtime_error` "random_salt: RAND_bytes failed (CSPRNG unavailable)".
+/// For the codec alone: a salt for Tunnel-Password hiding (RFC 2868, section 3.5), its most significant bit
+/// set; written most significant byte first. Throws `std::runtime_error` "random_salt: RAND_bytes failed
+/// (CSPRNG unavailable)".
 std::uint16_t random_salt();
 
 }  // namespace quarn::subscriber::radius

@@ -46,11 +46,13 @@ Bytes big_endian(std::uint64_t number, std::size_t width) {
 
 std::optional<Bytes> encode_number(const RadiusDictionary& dictionary, const AttributeMetadata& attribute,
                                    std::string_view text) {
-    const std::size_t width = attribute.fixed_size;
-    if (const auto named = dictionary.enum_value(attribute.name, text)) {
-        return big_endian(*named, width);
+    const std::size_t width = fixed_size_of(attribute.value_type);
+    if (!attribute.name.empty()) {
+        if (const auto named = dictionary.enum_value(attribute.name, text)) {
+            return big_endian(*named, width);
+        }
     }
-    if (attribute.is_signed) {
+    if (attribute.value_type == ValueType::Signed) {
         const auto number = parse_decimal<std::int32_t>(text);
         return number ? std::optional(big_endian(static_cast<std::uint32_t>(*number), width)) : std::nullopt;
     }
