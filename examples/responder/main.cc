@@ -83,9 +83,10 @@ int main(int argc, char* argv[]) {
         return EXIT_FAILURE;
     }
     try {
-        // MS-CHAP is built on MD4 and DES.
-        if (OSSL_PROVIDER_load(nullptr, "default") == nullptr ||
-            OSSL_PROVIDER_load(nullptr, "legacy") == nullptr) {
+        // MS-CHAP is built on MD4 and DES. The handles are kept: the providers stay loaded to the end.
+        static const OSSL_PROVIDER* const default_provider = OSSL_PROVIDER_load(nullptr, "default");
+        static const OSSL_PROVIDER* const legacy_provider = OSSL_PROVIDER_load(nullptr, "legacy");
+        if (default_provider == nullptr || legacy_provider == nullptr) {
             throw std::runtime_error("OpenSSL's legacy provider is not available");
         }
         const auto dictionary = std::make_shared<RadiusDictionary>();

@@ -22,10 +22,13 @@ namespace quarn::net {
 template <typename Storage>
 class BasicBufferReader {
   public:
+    /// Begins at the first byte. A view keeps to the bytes given, which have to outlive it.
     BasicBufferReader(const std::uint8_t* data, std::size_t length) : bytes_(data, data + length) {}
+    /// The same over a span.
     explicit BasicBufferReader(std::span<const std::uint8_t> bytes)
         : BasicBufferReader(bytes.data(), bytes.size()) {}
 
+    /// The next byte.
     std::uint8_t read_u8() { return take(1)[0]; }
 
     /// An unsigned 16-bit number in network order.
@@ -50,7 +53,9 @@ class BasicBufferReader {
     /// Everything that is left.
     std::span<const std::uint8_t> read_rest() { return read_bytes(remaining()); }
 
+    /// Bytes read so far, which is where the next one comes from.
     std::size_t position() const { return position_; }
+    /// Bytes not read yet.
     std::size_t remaining() const { return bytes_.size() - position_; }
 
   private:

@@ -23,6 +23,7 @@ class BufferWriter {
   public:
     BufferWriter() { bytes_.reserve(initial_capacity); }
 
+    /// One byte.
     void append_u8(std::uint8_t byte) { bytes_.push_back(byte); }
 
     /// An unsigned 16-bit number in network order.
@@ -35,6 +36,7 @@ class BufferWriter {
         }
     }
 
+    /// The bytes as they are; they may not be this writer's own.
     void append_bytes(std::span<const std::uint8_t> bytes) {
         bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
     }

@@ -23,16 +23,17 @@ struct AttributeMetadata {
     bool has_tag = false;         ///< a tag byte precedes the value (RFC 2868, section 3)
     bool continuation = false;    ///< the vendor's sub-attributes carry a continuation byte
     bool concat = false;  ///< a long value is carried in several attributes of this type, joined on reading
-    std::optional<VendorInfo> vendor;  ///< the vendor block in which the attribute was defined
-    ContainerKind kind = ContainerKind::None;
-    ValueType value_type = ValueType::Octets;
-    std::uint32_t fixed_size = 0;  ///< wire width in bytes of a number, else 0
-    bool is_signed = false;        ///< true exactly when `value_type` is `Signed`
-    bool known = true;             ///< false only for the record that stands for what no dictionary defines
+    std::optional<VendorInfo> vendor;          ///< the vendor block in which the attribute was defined
+    ContainerKind kind = ContainerKind::None;  ///< what it can contain, by `type`
+    ValueType value_type = ValueType::Octets;  ///< what its values mean, by `type`
+    std::uint32_t fixed_size = 0;              ///< wire width in bytes of a number, else 0
+    bool is_signed = false;                    ///< true exactly when `value_type` is `Signed`
+    bool known = true;  ///< false only for the record that stands for what no dictionary defines
 
     /// Fills `name_lower`, `kind`, `value_type`, `fixed_size` and `is_signed` from `name` and `type`.
     void derive_fields();
 
+    /// Member by member.
     bool operator==(const AttributeMetadata&) const = default;
 };
 

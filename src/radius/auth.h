@@ -12,10 +12,10 @@
 
 namespace quarn::subscriber::radius::auth {
 
-using MsChapChallenge = std::array<std::uint8_t, 8>;
-using MsChapV2Challenge = std::array<std::uint8_t, 16>;
-using NtPasswordHash = std::array<std::uint8_t, 16>;
-using ChallengeResponse = std::array<std::uint8_t, 24>;
+using MsChapChallenge = std::array<std::uint8_t, 8>;     ///< RFC 2433, section 5
+using MsChapV2Challenge = std::array<std::uint8_t, 16>;  ///< RFC 2759, sections 4 and 5
+using NtPasswordHash = std::array<std::uint8_t, 16>;     ///< RFC 2759, section 8.3
+using ChallengeResponse = std::array<std::uint8_t, 24>;  ///< RFC 2759, section 8.5
 
 /// The value of CHAP-Password (RFC 2865, section 5.3; RFC 1994, section 4.1): the identifier and
 /// MD5(identifier, password, challenge), 17 bytes.

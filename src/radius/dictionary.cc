@@ -13,20 +13,12 @@ const typename Map::mapped_type* find_entry(const Map& map, const Key& key) {
     return entry == map.end() ? nullptr : &entry->second;
 }
 
-/// The entry under `inner` of the map under `outer`, or nothing.
-template <typename Map, typename InnerKey>
-auto find_nested(const Map& map, std::string_view outer, const InnerKey& inner)
-    -> std::optional<typename Map::mapped_type::mapped_type> {
-    if (const auto* const entries = find_entry(map, outer)) {
-        if (const auto* const value = find_entry(*entries, inner)) {
-            return *value;
-        }
-    }
-    return std::nullopt;
+const AttributeMetadata& known_or_unknown(const AttributeMetadata* const* record) {
+    return record != nullptr ? **record : RadiusDictionary::unknown_definition();
 }
 
-const AttributeMetadata& known_or_unknown(const AttributeMetadata* record) {
-    return record != nullptr ? *record : RadiusDictionary::unknown_definition();
+std::optional<std::string> copied(const std::string* text) {
+    return text != nullptr ? std::optional(*text) : std::nullopt;
 }
 
 /// Every type name with a container kind is one of an attribute that may have children.
@@ -44,12 +36,12 @@ const AttributeMetadata& RadiusDictionary::attribute_by_name(std::string_view na
 }
 
 const AttributeMetadata& RadiusDictionary::attribute_by_code(const CodePath& code) const {
-    return known_or_unknown(find_entry(attributes_by_code_, code));
+    const auto record = attributes_by_code_.find(code);
+    return record != attributes_by_code_.end() ? **record : unknown_definition();
 }
 
 const AttributeMetadata& RadiusDictionary::top_level_attribute(std::uint32_t type) const {
-    const auto* const record = find_entry(top_level_attributes_, type);
-    return record != nullptr ? **record : unknown_definition();
+    return known_or_unknown(find_entry(top_level_attributes_, type));
 }
 
 const VendorInfo* RadiusDictionary::vendor_by_name(std::string_view name) const {
@@ -62,17 +54,20 @@ const VendorInfo* RadiusDictionary::vendor_by_id(std::uint32_t id) const {
 
 std::optional<std::uint32_t> RadiusDictionary::enum_value(std::string_view attribute_name,
                                                           std::string_view value_name) const {
-    return find_nested(enum_values_, attribute_name, value_name);
+    const EnumTable* const values = find_entry(enum_values_, attribute_name);
+    return values != nullptr ? values->number_of(value_name) : std::nullopt;
 }
 
 std::optional<std::string> RadiusDictionary::enum_name(std::string_view attribute_name,
                                                        std::uint32_t number) const {
-    return find_nested(enum_names_, attribute_name, number);
+    const EnumTable* const values = find_entry(enum_values_, attribute_name);
+    return values != nullptr ? copied(values->name_of(number)) : std::nullopt;
 }
 
 std::optional<std::string> RadiusDictionary::enum_name_lower(std::string_view attribute_name,
                                                              std::uint32_t number) const {
-    return find_nested(enum_names_lower_, attribute_name, number);
+    const EnumTable* const values = find_entry(enum_values_, attribute_name);
+    return values != nullptr ? copied(values->lower_name_of(number)) : std::nullopt;
 }
 
 const AttributeMetadata& RadiusDictionary::unknown_definition() {
@@ -95,9 +90,9 @@ void RadiusDictionary::_validate_nesting() const {
         if (parent.known && can_hold_children(parent)) {
             continue;
         }
-        App::Fields fields = {{"file", source.file},
+        App::Fields fields = {{"file", std::string(source.file)},
                               {"line", std::to_string(source.line)},
-                              {"attribute", source.name},
+                              {"attribute", std::string(source.name)},
                               {"code", radius_code_path_to_string(source.code)},
                               {"parent_code", radius_code_path_to_string(parent_code)}};
         if (!parent.known) {

@@ -7,14 +7,17 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "quarn/radius/attribute_metadata.h"
 #include "quarn/radius/code_path.h"
+#include "quarn/radius/enum_table.h"
 #include "quarn/radius/vendor_info.h"
 #include "quarn/utils/case_insensitive.h"
 
@@ -29,21 +32,20 @@ namespace quarn::subscriber::radius {
 /// several threads at once; none fails for a missing entry. Names match without regard to ASCII case.
 class RadiusDictionary {
   public:
-    /// Where a definition was read.
+    /// Where a definition was read. The texts live as long as the load does.
     struct AttributeSource {
-        std::string name;
-        CodePath code;
-        std::string file;        ///< canonical path of the dictionary file
+        std::string_view name;   ///< the attribute's, as written
+        CodePath code;           ///< empty when the definition gives none
+        std::string_view file;   ///< canonical path of the dictionary file
         std::uint32_t line = 0;  ///< 1-based
-
-        bool operator==(const AttributeSource&) const = default;
     };
 
     RadiusDictionary() = default;
     RadiusDictionary(const RadiusDictionary&) = delete;
     RadiusDictionary& operator=(const RadiusDictionary&) = delete;
+    /// The records stay where they are.
     RadiusDictionary(RadiusDictionary&&) = default;
-    RadiusDictionary& operator=(RadiusDictionary&&) = default;
+    RadiusDictionary& operator=(RadiusDictionary&&) = default;  ///< the same; the old records are gone
     ~RadiusDictionary() = default;
 
     /// Replaces the whole content by what the file at `path` and the files that it includes define. Of two
@@ -66,14 +68,16 @@ class RadiusDictionary {
 
     /// The vendor of this name or number; null when there is none.
     const VendorInfo* vendor_by_name(std::string_view name) const;
-    const VendorInfo* vendor_by_id(std::uint32_t id) const;
+    const VendorInfo* vendor_by_id(std::uint32_t id) const;  ///< see `vendor_by_name`
 
     /// The number of an attribute's enumerated value.
     std::optional<std::uint32_t> enum_value(std::string_view attribute_name,
                                             std::string_view value_name) const;
 
-    /// The name of an attribute's enumerated value as written in the dictionary, and lowered.
+    /// The name of an attribute's enumerated value as written in the dictionary.
     std::optional<std::string> enum_name(std::string_view attribute_name, std::uint32_t number) const;
+
+    /// The same, lowered.
     std::optional<std::string> enum_name_lower(std::string_view attribute_name, std::uint32_t number) const;
 
     /// The one record that stands for every attribute that a dictionary lacks: defaults throughout, but for
@@ -81,29 +85,46 @@ class RadiusDictionary {
     static const AttributeMetadata& unknown_definition();
 
   private:
-    template <typename Value>
-    using NameIndex =
-        std::unordered_map<std::string, Value, utils::CaseInsensitiveHash, utils::CaseInsensitiveEqual>;
-    using ValuesByName = NameIndex<std::uint32_t>;
-    using NamesByValue = std::unordered_map<std::uint32_t, std::string>;
+    /// Finds a record by its own code path.
+    struct CodeOf {
+        using is_transparent = void;
+
+        static const CodePath& code(const AttributeMetadata* record) { return record->code; }
+        static const CodePath& code(const CodePath& path) { return path; }
+
+        std::size_t operator()(const auto& key) const { return CodePathHash{}(code(key)); }
+        bool operator()(const auto& left, const auto& right) const { return code(left) == code(right); }
+    };
+
+    template <typename Key, typename Value>
+    using NameIndex = std::unordered_map<Key, Value, utils::CaseInsensitiveHash, utils::CaseInsensitiveEqual>;
     using VisitedFiles = std::unordered_map<std::string, bool>;
 
     void _load_file(const std::string& path, VisitedFiles& visited);
     void _load_includes(const std::string& file, const YAML::Node& root, VisitedFiles& visited);
-    std::optional<VendorInfo> _load_vendor(const std::string& file, const YAML::Node& root);
-    void _load_attributes(const std::string& file, const YAML::Node& root,
-                          const std::optional<VendorInfo>& vendor);
-    void _load_values(const std::string& file, const std::string& attribute_name,
-                      const YAML::Node& definition);
+
+    // `Node` is what the file was read into: the rules are the same for each reader.
+    template <typename Node>
+    void _load_blocks(const std::string& file, const Node& root);
+    template <typename Node>
+    std::optional<VendorInfo> _load_vendor(const std::string& file, const Node& root);
+    template <typename Node>
+    void _load_attributes(const std::string& file, const Node& root, const std::optional<VendorInfo>& vendor);
+    const AttributeMetadata& _store(AttributeMetadata&& metadata);
+    template <typename Node>
+    void _load_values(const std::string& file, const std::string& attribute_name, const Node& definition);
+
     void _validate_nesting() const;
 
-    NameIndex<AttributeMetadata> attributes_by_name_;
-    std::unordered_map<CodePath, AttributeMetadata, CodePathHash> attributes_by_code_;
+    /// Every definition ever read, those replaced since included: the indexes point here, names view names
+    /// here.
+    std::deque<AttributeMetadata> records_;
+
+    NameIndex<std::string_view, const AttributeMetadata*> attributes_by_name_;
+    std::unordered_set<const AttributeMetadata*, CodeOf, CodeOf> attributes_by_code_;
     std::unordered_map<std::uint32_t, const AttributeMetadata*> top_level_attributes_;
-    NameIndex<ValuesByName> enum_values_;
-    NameIndex<NamesByValue> enum_names_;
-    NameIndex<NamesByValue> enum_names_lower_;
-    NameIndex<VendorInfo> vendors_by_name_;
+    NameIndex<std::string_view, EnumTable> enum_values_;
+    NameIndex<std::string, VendorInfo> vendors_by_name_;
     std::unordered_map<std::uint32_t, VendorInfo> vendors_by_id_;
     std::vector<AttributeSource> sources_;
 };

@@ -15,14 +15,15 @@
 //           Auto: 0x10
 #include <yaml-cpp/yaml.h>
 
+#include <charconv>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
 
 #include "quarn/radius/dictionary.h"
+#include "quarn/radius/json_document.h"
 #include "quarn/radius/yaml_number.h"
 #include "quarn/utils/app.h"
-#include "quarn/utils/ascii.h"
 #include "quarn/utils/text.h"
 
 namespace quarn::subscriber::radius {
@@ -60,16 +61,19 @@ YAML::Node read_document(const std::string& file) {
     return root;
 }
 
-/// The block under `key`, or an undefined node when it is absent or null; fails for one of another kind.
-YAML::Node find_block(const std::string& file, const YAML::Node& parent, const char* key,
-                      YAML::NodeType::value kind) {
-    const YAML::Node block = parent[key];
-    if (!block || block.IsNull()) {
-        return YAML::Node(YAML::NodeType::Undefined);
-    }
-    if (block.Type() != kind) {
-        fail(file, std::string("'") + key + "' must be a " +
-                       (kind == YAML::NodeType::Sequence ? "sequence" : "map"));
+/// The block under `key`; nothing when it is absent or null.
+template <typename Node>
+std::optional<Node> find_block(const Node& parent, const char* key) {
+    const Node block = parent[key];
+    return block && !block.IsNull() ? std::optional(block) : std::nullopt;
+}
+
+/// The map under `key`; nothing when it is absent or null, a failure when it is anything else.
+template <typename Node>
+std::optional<Node> find_map(const std::string& file, const Node& parent, const char* key) {
+    const std::optional<Node> block = find_block(parent, key);
+    if (block && !block->IsMap()) {
+        fail(file, std::string("'") + key + "' must be a map");
     }
     return block;
 }
@@ -78,45 +82,57 @@ std::uint32_t line_of(const YAML::Node& node) {
     return static_cast<std::uint32_t>(node.Mark().line + 1);
 }
 
-/// Reads a code path written in full, such as "26.9.1"; blanks around the numbers are ignored. A number keeps
-/// its low 32 bits. Throws `std::invalid_argument` or `std::out_of_range` for anything else.
+std::uint32_t line_of(const JsonNode& node) {
+    return node.line();
+}
+
+/// Reads one element of a code path; the low 32 bits of the number are kept.
+std::uint32_t parse_code(std::string_view element) {
+    std::uint64_t code = 0;
+    const char* const end = element.data() + element.size();
+    if (const auto [stop, status] = std::from_chars(element.data(), end, code);
+        status == std::errc{} && stop == end) {
+        return static_cast<std::uint32_t>(code);
+    }
+    // A sign, or a mistake. What does not begin with a number is for the conversion to name.
+    std::size_t length = 0;
+    if (element.empty() || (code = std::stoul(std::string(element), &length), length != element.size())) {
+        throw std::invalid_argument("invalid RADIUS code path");
+    }
+    return static_cast<std::uint32_t>(code);
+}
+
+/// Reads a code path written in full, such as "26.9.1"; blanks around the numbers are ignored. Throws
+/// `std::invalid_argument` or `std::out_of_range`.
 CodePath parse_code_path(const std::string& text) {
     CodePath path;
     for (std::string& element : utils::split(text, '.')) {
-        const std::string number = utils::trim(std::move(element));
-        std::size_t length = 0;
-        if (number.empty()) {
-            throw std::invalid_argument("invalid RADIUS code path");
-        }
-        const unsigned long code = std::stoul(number, &length);
-        if (length != number.size()) {
-            throw std::invalid_argument("invalid RADIUS code path");
-        }
-        path.push_back(static_cast<std::uint32_t>(code));
+        path.push_back(parse_code(utils::trim(std::move(element))));
     }
     return path;
 }
 
-AttributeMetadata read_metadata(const std::string& name, const YAML::Node& definition) {
+template <typename Node>
+AttributeMetadata read_metadata(const std::string& name, const Node& definition) {
     if (!definition.IsMap() && !definition.IsNull()) {
         throw std::invalid_argument("attribute definition must be a map");
     }
     AttributeMetadata metadata;
     metadata.name = name;
-    if (const YAML::Node code = definition["code"]) {
-        metadata.code = parse_code_path(code.as<std::string>());
+    if (const auto code = definition["code"]) {
+        metadata.code = parse_code_path(code.template as<std::string>());
     }
-    if (const YAML::Node type = definition["type"]) {
-        metadata.type = type.as<std::string>();
+    if (const auto type = definition["type"]) {
+        metadata.type = type.template as<std::string>();
     }
-    if (const YAML::Node encrypt = definition["encrypt"]) {
+    if (const auto encrypt = definition["encrypt"]) {
         metadata.encrypt = node_to_u32(encrypt);
     }
-    if (const YAML::Node has_tag = definition["has_tag"]) {
-        metadata.has_tag = has_tag.as<bool>();
+    if (const auto has_tag = definition["has_tag"]) {
+        metadata.has_tag = has_tag.template as<bool>();
     }
-    if (const YAML::Node concat = definition["concat"]) {
-        metadata.concat = concat.as<bool>();
+    if (const auto concat = definition["concat"]) {
+        metadata.concat = concat.template as<bool>();
     }
     return metadata;
 }
@@ -133,35 +149,45 @@ void RadiusDictionary::load(const std::string& path) {
     sources_.clear();  // they serve the check alone
 
     top_level_attributes_.reserve(attributes_by_code_.size());
-    for (const auto& [code, metadata] : attributes_by_code_) {
-        if (code.size() == 1) {
-            top_level_attributes_.emplace(code.front(), &metadata);
+    for (const AttributeMetadata* const metadata : attributes_by_code_) {
+        if (metadata->code.size() == 1) {
+            top_level_attributes_.emplace(metadata->code.front(), metadata);
         }
     }
 }
 
 void RadiusDictionary::_load_file(const std::string& path, VisitedFiles& visited) {
-    const std::string file = canonical_path(path);
-    bool& seen = visited[file];
-    if (seen) {
+    const auto [visit, is_first] = visited.try_emplace(canonical_path(path), true);
+    if (!is_first) {
         return;
     }
-    seen = true;
+    const std::string& file = visit->first;  // stays where it is for as long as the load takes
+    if (const std::optional<JsonDocument> document = JsonDocument::read(file)) {
+        _load_blocks(file, document->root());  // a plain file includes no other
+    } else {
+        const YAML::Node root = read_document(file);
+        _load_includes(file, root, visited);
+        _load_blocks(file, root);
+    }
+}
 
-    const YAML::Node root = read_document(file);
-    _load_includes(file, root, visited);
+template <typename Node>
+void RadiusDictionary::_load_blocks(const std::string& file, const Node& root) {
     const std::optional<VendorInfo> vendor = _load_vendor(file, root);
     _load_attributes(file, root, vendor);
 }
 
 void RadiusDictionary::_load_includes(const std::string& file, const YAML::Node& root,
                                       VisitedFiles& visited) {
-    const YAML::Node includes = find_block(file, root, "includes", YAML::NodeType::Sequence);
+    const std::optional<YAML::Node> includes = find_block(root, "includes");
     if (!includes) {
         return;
     }
+    if (!includes->IsSequence()) {
+        fail(file, "'includes' must be a sequence");
+    }
     std::vector<std::string> entries;
-    for (const YAML::Node& entry : includes) {
+    for (const YAML::Node& entry : *includes) {
         try {
             entries.push_back(entry.as<std::string>());
         } catch (const std::exception& error) {
@@ -174,20 +200,21 @@ void RadiusDictionary::_load_includes(const std::string& file, const YAML::Node&
     }
 }
 
-std::optional<VendorInfo> RadiusDictionary::_load_vendor(const std::string& file, const YAML::Node& root) {
-    const YAML::Node block = find_block(file, root, "vendor", YAML::NodeType::Map);
+template <typename Node>
+std::optional<VendorInfo> RadiusDictionary::_load_vendor(const std::string& file, const Node& root) {
+    const std::optional<Node> block = find_map(file, root, "vendor");
     if (!block) {
         return std::nullopt;
     }
     VendorInfo vendor;
     std::string format_error;
     try {
-        vendor.id = node_to_u32(block["id"]);
-        if (const YAML::Node name = block["name"]) {
-            vendor.name = name.as<std::string>();
+        vendor.id = node_to_u32((*block)["id"]);
+        if (const auto name = (*block)["name"]) {
+            vendor.name = name.template as<std::string>();
         }
-        if (const YAML::Node format = block["format"]) {
-            vendor.format = format.as<std::string>();
+        if (const auto format = (*block)["format"]) {
+            vendor.format = format.template as<std::string>();
         }
         parse_vendor_format(vendor.format, vendor.type_size, vendor.length_size, vendor.continuation,
                             format_error);
@@ -196,26 +223,27 @@ std::optional<VendorInfo> RadiusDictionary::_load_vendor(const std::string& file
     }
     if (!format_error.empty()) {
         fail(file,
-             "vendor '" + vendor.name + "' (line " + std::to_string(line_of(block)) + "): " + format_error);
+             "vendor '" + vendor.name + "' (line " + std::to_string(line_of(*block)) + "): " + format_error);
     }
     vendors_by_name_.insert_or_assign(vendor.name, vendor);
     vendors_by_id_.insert_or_assign(vendor.id, vendor);
     return vendor;
 }
 
-void RadiusDictionary::_load_attributes(const std::string& file, const YAML::Node& root,
+template <typename Node>
+void RadiusDictionary::_load_attributes(const std::string& file, const Node& root,
                                         const std::optional<VendorInfo>& vendor) {
-    const YAML::Node attributes = find_block(file, root, "attributes", YAML::NodeType::Map);
+    const std::optional<Node> attributes = find_map(file, root, "attributes");
     if (!attributes) {
         return;
     }
-    for (const auto& entry : attributes) {
+    for (const auto& entry : *attributes) {
         const std::uint32_t line = line_of(entry.first);
-        const YAML::Node& definition = entry.second;
+        const Node& definition = entry.second;
 
         std::string name;
         try {
-            name = entry.first.as<std::string>();
+            name = entry.first.template as<std::string>();
         } catch (const std::exception& error) {
             App::warn(std::string("invalid attribute name: ") + error.what(),
                       {{"file", file}, {"line", std::to_string(line)}, {"reason", error.what()}});
@@ -238,37 +266,42 @@ void RadiusDictionary::_load_attributes(const std::string& file, const YAML::Nod
         }
         metadata.derive_fields();
 
-        sources_.push_back({name, metadata.code, file, line});
-        if (!metadata.code.empty()) {
-            attributes_by_code_.insert_or_assign(metadata.code, metadata);
-        }
-        attributes_by_name_.insert_or_assign(name, std::move(metadata));
-
-        _load_values(file, name, definition);
+        const AttributeMetadata& record = _store(std::move(metadata));
+        sources_.push_back({record.name, record.code, file, line});
+        _load_values(file, record.name, definition);
     }
 }
 
+const AttributeMetadata& RadiusDictionary::_store(AttributeMetadata&& metadata) {
+    const AttributeMetadata& record = records_.emplace_back(std::move(metadata));
+    attributes_by_name_.insert_or_assign(record.name, &record);
+    if (!record.code.empty()) {
+        const auto [place, is_new] = attributes_by_code_.insert(&record);
+        if (!is_new) {
+            attributes_by_code_.erase(place);
+            attributes_by_code_.insert(&record);
+        }
+    }
+    return record;
+}
+
+template <typename Node>
 void RadiusDictionary::_load_values(const std::string& file, const std::string& attribute_name,
-                                    const YAML::Node& definition) {
-    const YAML::Node values = find_block(file, definition, "values", YAML::NodeType::Map);
+                                    const Node& definition) {
+    const std::optional<Node> values = find_map(file, definition, "values");
     if (!values) {
         return;
     }
     try {
-        ValuesByName& numbers = enum_values_[attribute_name];
-        NamesByValue& names = enum_names_[attribute_name];
-        NamesByValue& names_lower = enum_names_lower_[attribute_name];
-        for (const auto& entry : values) {
+        EnumTable& table = enum_values_[attribute_name];
+        for (const auto& entry : *values) {
             std::string name;
             try {
-                name = entry.first.as<std::string>();
+                name = entry.first.template as<std::string>();
             } catch (const std::exception& error) {
                 throw std::runtime_error(std::string("invalid 'values' attribute name: ") + error.what());
             }
-            const std::uint32_t number = node_to_u32(entry.second);
-            numbers.insert_or_assign(name, number);
-            names.insert_or_assign(number, name);
-            names_lower.insert_or_assign(number, utils::ascii_lower(name));
+            table.add(std::move(name), node_to_u32(entry.second));
         }
     } catch (const std::exception& error) {
         fail(file, "values for attribute '" + attribute_name + "': " + error.what());

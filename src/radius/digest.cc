@@ -8,6 +8,7 @@
 #include <functional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 #include "quarn/radius/openssl_handles.h"
 
@@ -25,8 +26,9 @@ const EVP_MD* thread_md5_algorithm() {
     return algorithm.get();
 }
 
-/// A new HMAC-MD5 context keyed with the secret, or null.
-MacContext new_hmac_md5_ctx(EVP_MAC* hmac, std::string_view secret) {
+/// A new HMAC-MD5 context keyed with the secret, or null. A string has an address even when it is empty;
+/// OpenSSL takes a key without one for none at all.
+MacContext new_hmac_md5_ctx(EVP_MAC* hmac, const std::string& secret) {
     MacContext context(EVP_MAC_CTX_new(hmac));
     if (!context) {
         return nullptr;
@@ -60,11 +62,12 @@ EVP_MAC_CTX* thread_hmac_md5_ctx_for(std::string_view secret) {
     if (const auto found = cache.contexts.find(secret); found != cache.contexts.end()) {
         return found->second.get();
     }
-    MacContext context = new_hmac_md5_ctx(cache.hmac.get(), secret);
+    std::string key(secret);
+    MacContext context = new_hmac_md5_ctx(cache.hmac.get(), key);
     if (!context) {
         return nullptr;
     }
-    return cache.contexts.emplace(std::string(secret), std::move(context)).first->second.get();
+    return cache.contexts.emplace(std::move(key), std::move(context)).first->second.get();
 }
 
 /// Whether a keyed HMAC context can be restarted without giving the key again: OpenSSL releases up to 3.0.2

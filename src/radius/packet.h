@@ -31,11 +31,14 @@ namespace quarn::subscriber::radius {
 class RadiusPacket {
   public:
     RadiusPacket() = default;
+    /// A packet without attributes, its header fields zero. Without a dictionary it can be neither filled by
+    /// name nor decoded nor validated.
     explicit RadiusPacket(std::shared_ptr<const RadiusDictionary> shared_dictionary);
     RadiusPacket(const RadiusPacket&) = delete;
     RadiusPacket& operator=(const RadiusPacket&) = delete;
+    /// What was moved from may only be assigned to or destroyed.
     RadiusPacket(RadiusPacket&&) = default;
-    RadiusPacket& operator=(RadiusPacket&&) = default;
+    RadiusPacket& operator=(RadiusPacket&&) = default;  ///< the same
     ~RadiusPacket() = default;
 
     /// Adds every value of `attribute` to the entry under its key, at the end; a new key gets a new entry,
@@ -54,6 +57,8 @@ class RadiusPacket {
     /// Replaces all values of an attribute by one, moving it to the end of the order; adds it when it is not
     /// there. Throws as `add_attribute` does, the old values being gone then.
     void set_attribute(std::string_view name, std::string_view value);
+
+    /// The same with the decimal text of a number.
     void set_attribute(std::string_view name, std::uint32_t number);
 
     /// The attribute of this key, such as "User-Name" or "attr-26.9.77", without regard to ASCII case; null
@@ -74,8 +79,8 @@ class RadiusPacket {
 
     /// Keeps alive what the attributes' `metadata` points to: replaced only while there are no attributes.
     std::shared_ptr<const RadiusDictionary> dictionary;
-    std::uint8_t code = 0;
-    std::uint8_t identifier = 0;
+    std::uint8_t code = 0;          ///< a `PacketCode` or, as anything may arrive, another number
+    std::uint8_t identifier = 0;    ///< matches a reply to its request (RFC 2865, section 3)
     Authenticator authenticator{};  ///< the packet's own field; all zero in an Access-Request asks the
                                     ///< encoder for a random one
     std::optional<Authenticator> request_authenticator;  ///< for a reply: that of the request it answers

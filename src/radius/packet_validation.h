@@ -20,11 +20,13 @@ enum class ValidationError : std::uint32_t {
 /// What `RadiusPacket::validate` found first.
 struct RadiusPacketValRes {
     RadiusPacketValRes() = default;
+    /// The finding and its text.
     RadiusPacketValRes(ValidationError found, std::string text) : error(found), message(std::move(text)) {}
 
-    ValidationError error = ValidationError::None;
+    ValidationError error = ValidationError::None;  ///< the first problem found
     std::string message;  ///< begins with "RadiusPacket: "; empty when the packet passed
 
+    /// Member by member.
     bool operator==(const RadiusPacketValRes&) const = default;
 };
 

@@ -200,11 +200,13 @@ class PacketEncoder {
                    path.size() >= 2) {
             build_extended(out_, path, bytes, container == ContainerKind::LongExtended, name, issues_);
         } else {
-            const AttributeMetadata& record = *attribute.metadata;
+            // A plain attribute may be a list of TLVs, as IPv6-6rd-Configuration is (RFC 6930, section 4). It
+            // is the whole list that is split and joined then, not the TLV inside.
+            const bool is_tlv = container == ContainerKind::Tlv && path.size() > 1;
+            const AttributeMetadata& record =
+                is_tlv ? dictionary->top_level_attribute(type) : *attribute.metadata;
             const bool may_split = dictionary != nullptr && (record.concat || record.continuation);
-            // A plain attribute may be a list of TLVs, as IPv6-6rd-Configuration is (RFC 6930, section 4).
-            const std::size_t nesting_start = container == ContainerKind::Tlv ? 1 : path.size();
-            const Bytes value = wrap_nested_tlv(path, bytes, nesting_start);
+            const Bytes value = wrap_nested_tlv(path, bytes, is_tlv ? 1 : path.size());
             build_plain(out_, type, value, may_split, name, issues_);
         }
     }

@@ -8,6 +8,7 @@
 
 namespace quarn::subscriber::radius {
 
+/// A vendor as a dictionary's vendor block describes it.
 struct VendorInfo {
     std::uint32_t id = 0;         ///< the vendor's number (its SMI private enterprise code)
     std::string name;             ///< the vendor's name as written in the dictionary
@@ -16,6 +17,7 @@ struct VendorInfo {
     std::size_t length_size = 1;  ///< bytes of a sub-attribute's length field, 1 to 4
     bool continuation = false;    ///< a continuation byte follows the length field
 
+    /// Member by member.
     bool operator==(const VendorInfo&) const = default;
 };
 

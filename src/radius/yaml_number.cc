@@ -1,7 +1,5 @@
 #include "quarn/radius/yaml_number.h"
 
-#include <yaml-cpp/yaml.h>
-
 #include <algorithm>
 #include <stdexcept>
 #include <string>
@@ -33,9 +31,9 @@ std::uint32_t low_bits_of(std::string_view digits, std::uint32_t base) {
 
 }  // namespace
 
-std::uint32_t node_to_u32(const YAML::Node& node) {
-    const std::string text = utils::trim(node.as<std::string>());
-    std::string_view number = text;
+std::uint32_t text_to_u32(const std::string& text) {
+    const std::string trimmed = utils::trim(text);
+    std::string_view number = trimmed;
     if (is_quoted(number)) {
         number = number.substr(1, number.size() - 2);
     }

@@ -49,6 +49,18 @@ void add_mschapv2(RadiusPacket& request, const ClientSettings& settings) {
                                                   authenticator_challenge, peer_challenge));
 }
 
+/// Loads what MD4 and DES come from. Their handles are kept and never given back: the providers stay loaded
+/// for the life of the process.
+bool load_legacy_provider() {
+    // A provider loaded by name turns off the implicit loading of the default one, so that comes first.
+    static const OSSL_PROVIDER* const default_provider = OSSL_PROVIDER_load(nullptr, "default");
+    if (default_provider == nullptr) {
+        return false;
+    }
+    static const OSSL_PROVIDER* const legacy_provider = OSSL_PROVIDER_load(nullptr, "legacy");
+    return legacy_provider != nullptr;
+}
+
 constexpr std::array auth_methods = std::to_array<AuthMethod>({
     {"pap", false, add_pap},
     {"chap", false, add_chap},
@@ -73,9 +85,7 @@ void prepare_auth_method(const ClientSettings& settings) {
         throw ClientError("authprobe: unknown auth type \"" + settings.auth_type +
                           "\" (pap, chap, mschap, mschapv2)\n");
     }
-    // A provider loaded by name turns off the implicit loading of the default one, so that comes first.
-    if (method->needs_legacy_provider && (OSSL_PROVIDER_load(nullptr, "default") == nullptr ||
-                                          OSSL_PROVIDER_load(nullptr, "legacy") == nullptr)) {
+    if (method->needs_legacy_provider && !load_legacy_provider()) {
         throw ClientError("authprobe: OpenSSL legacy provider (MD4/DES) not available; cannot do " +
                           settings.auth_type + "\n");
     }

@@ -21,6 +21,8 @@ class App {
   public:
     /// Key and value texts that say where and what, such as {"line", "12"}, in a fixed order.
     using Fields = std::vector<std::pair<std::string, std::string>>;
+
+    /// Called in the thread that warned, before `warn` returns; what it throws passes through to there.
     using Sink = std::function<void(std::string_view message, const Fields& fields)>;
 
     /// Hands a warning to this thread's innermost handler; discards it when there is none.
@@ -29,6 +31,7 @@ class App {
     /// Receives this thread's warnings for as long as it lives; then the previous handler does again.
     class WarningHandler {
       public:
+        /// Handlers of one thread are destroyed in the reverse order of their making, as scopes do.
         explicit WarningHandler(Sink sink);
         ~WarningHandler();
         WarningHandler(const WarningHandler&) = delete;

@@ -19,8 +19,9 @@ inline constexpr std::uint64_t fnv_start = 0x14650FB0739D0383;
 
 /// 64-bit FNV-1a over the bytes of a key after folding A to Z; an empty key hashes to `fnv_start`.
 struct CaseInsensitiveHash {
-    using is_transparent = void;
+    using is_transparent = void;  ///< takes views as well as owned names
 
+    /// The hash; the same in every process.
     std::size_t operator()(std::string_view key) const noexcept {
         std::uint64_t hash = fnv_start;
         for (const char character : key) {
@@ -32,8 +33,9 @@ struct CaseInsensitiveHash {
 
 /// Equality under the same folding; bytes of 128 and above compare exactly.
 struct CaseInsensitiveEqual {
-    using is_transparent = void;
+    using is_transparent = void;  ///< takes views as well as owned names
 
+    /// Whether the names are one.
     bool operator()(std::string_view left, std::string_view right) const noexcept {
         return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](char a, char b) {
             return ascii_lower(static_cast<unsigned char>(a)) == ascii_lower(static_cast<unsigned char>(b));

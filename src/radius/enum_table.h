@@ -1,0 +1,41 @@
+// The enumerated values of one attribute.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quarn::subscriber::radius {
+
+/// Names and numbers, each found by the other. Of two values with one name, or with one number, the later one
+/// is found.
+class EnumTable {
+  public:
+    /// Adds a value. The name is kept as written.
+    void add(std::string name, std::uint32_t number);
+
+    /// The number of a name, which is matched without regard to ASCII case.
+    std::optional<std::uint32_t> number_of(std::string_view name) const;
+
+    /// The name of a number as written, and lowered; null when there is none. Valid until a value is added.
+    const std::string* name_of(std::uint32_t number) const;
+    const std::string* lower_name_of(std::uint32_t number) const;  ///< see `name_of`
+
+  private:
+    struct Entry {
+        std::string name;
+        std::string name_lower;
+        std::uint32_t number;
+    };
+    using Positions = std::vector<std::uint32_t>;
+
+    const Entry* find_number(std::uint32_t number) const;
+
+    std::vector<Entry> entries_;  // in the order in which they were added
+    Positions by_name_;           // into `entries_`, by lowered name, one for each
+    Positions by_number_;         // the same by number
+};
+
+}  // namespace quarn::subscriber::radius

@@ -1,0 +1,224 @@
+#include "quarn/radius/json_document.h"
+
+// RapidJSON's own switch for scanning strings 16 bytes at a time.
+#ifdef __SSE2__
+#define RAPIDJSON_SSE2
+#endif
+#include <rapidjson/reader.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <ios>
+#include <system_error>
+
+#include "quarn/utils/ascii.h"
+
+namespace quarn::subscriber::radius {
+
+namespace {
+
+/// yaml-cpp takes no key that is longer than 1024 characters with what surrounds it.
+constexpr std::size_t max_scalar_size = 1000;
+
+/// yaml-cpp refuses what is nested some hundreds deep; a dictionary file needs four levels.
+constexpr std::size_t max_depth = 100;
+
+/// RapidJSON ends at a NUL, and may read a string's last 16 bytes together with what is behind them.
+constexpr std::size_t padding = 16;
+
+/// The bytes of a file and `padding` NULs behind them; nothing when it cannot be read.
+std::optional<std::vector<char>> read_file(const std::string& file) {
+    std::error_code no_file;  // told better by the attempt to load it as YAML
+    if (!std::filesystem::is_regular_file(file, no_file)) {
+        return std::nullopt;
+    }
+    std::ifstream stream(file, std::ios::binary | std::ios::ate);
+    const std::streamoff size = stream.tellg();
+    if (!stream || size < 0) {
+        return std::nullopt;
+    }
+    std::vector<char> text(static_cast<std::size_t>(size) + padding);
+    stream.seekg(0);
+    if (!stream.read(text.data(), size)) {
+        return std::nullopt;
+    }
+    return text;
+}
+
+/// Whether no character means more in YAML than in JSON, or in JSON than itself.
+bool is_plain_text(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char character) {
+        return (character >= ' ' && character <= '~' && character != '\\') || character == '\n';
+    });
+}
+
+/// What the loader expects as a value.
+enum class Expected { File, Anything, Scalar, Bool, Vendor, Attributes, Definition, Values, Nothing };
+
+bool is_map_kind(Expected expected) {
+    return expected == Expected::File || expected == Expected::Vendor || expected == Expected::Attributes ||
+           expected == Expected::Definition || expected == Expected::Values;
+}
+
+/// What the loader expects under a key of the file's top level.
+Expected expected_in_file(std::string_view key) {
+    if (key == "vendor") {
+        return Expected::Vendor;
+    }
+    if (key == "attributes") {
+        return Expected::Attributes;
+    }
+    return key == "includes" ? Expected::Nothing : Expected::Anything;  // a sequence is never plain
+}
+
+Expected expected_in_vendor(std::string_view key) {
+    return key == "id" || key == "name" || key == "format" ? Expected::Scalar : Expected::Anything;
+}
+
+Expected expected_in_definition(std::string_view key) {
+    if (key == "code" || key == "type" || key == "encrypt") {
+        return Expected::Scalar;
+    }
+    if (key == "has_tag" || key == "concat") {
+        return Expected::Bool;
+    }
+    return key == "values" ? Expected::Values : Expected::Anything;
+}
+
+}  // namespace
+
+/// RapidJSON's handler. Each function returns false, which ends the parse, for what is not plain.
+class JsonDocument::Builder {
+  public:
+    Builder(const char* text, std::vector<Item>& items) : counted_(text), items_(items) {}
+
+    bool StartObject() {
+        if ((expected_ != Expected::Anything && !is_map_kind(expected_)) || open_maps_.size() == max_depth) {
+            return false;
+        }
+        open_maps_.push_back({static_cast<std::uint32_t>(items_.size()), expected_});
+        append({}, line_, true);
+        return true;
+    }
+
+    bool Key(const char* text, rapidjson::SizeType length, bool) {
+        const std::string_view key(text, length);
+        count_lines(text);
+        append(key, line_, false);
+        expected_ = expected_under(open_maps_.back().kind, key);
+        vendor_has_id_ |= open_maps_.back().kind == Expected::Vendor && key == "id";
+        return length <= max_scalar_size && expected_ != Expected::Nothing &&
+               is_followed_on_its_line(text + length + 1);  // behind its closing quote
+    }
+
+    bool String(const char* text, rapidjson::SizeType length, bool) { return scalar({text, length}, false); }
+
+    bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
+        const std::string_view digits(text, length);
+        return std::all_of(digits.begin(), digits.end(), utils::is_digit) && scalar(digits, false);
+    }
+
+    bool Bool(bool value) { return scalar(value ? "true" : "false", true); }
+
+    bool EndObject(rapidjson::SizeType) {
+        const auto [map, kind] = open_maps_.back();
+        open_maps_.pop_back();
+        items_[map].next = static_cast<std::uint32_t>(items_.size());
+        return kind != Expected::Vendor || vendor_has_id_;
+    }
+
+    bool Null() { return false; }
+    bool StartArray() { return false; }
+    bool EndArray(rapidjson::SizeType) { return false; }
+
+    // The reader hands every number over as text.
+    bool Int(int) { return false; }
+    bool Uint(unsigned) { return false; }
+    bool Int64(std::int64_t) { return false; }
+    bool Uint64(std::uint64_t) { return false; }
+    bool Double(double) { return false; }
+
+  private:
+    struct OpenMap {
+        std::uint32_t item;
+        Expected kind;
+    };
+
+    static Expected expected_under(Expected map, std::string_view key) {
+        switch (map) {
+            case Expected::File:
+                return expected_in_file(key);
+            case Expected::Vendor:
+                return expected_in_vendor(key);
+            case Expected::Attributes:
+                return Expected::Definition;
+            case Expected::Definition:
+                return expected_in_definition(key);
+            case Expected::Values:
+                return Expected::Scalar;
+            default:
+                return Expected::Anything;
+        }
+    }
+
+    /// Whether a key's colon, and the vendor's map, stand on the line of the key: yaml-cpp wants the one
+    /// there, and the other would have a line of its own to report.
+    bool is_followed_on_its_line(const char* rest) const {
+        while (*rest == ' ') {
+            ++rest;
+        }
+        if (*rest != ':') {
+            return false;
+        }
+        do {
+            ++rest;
+        } while (*rest == ' ');
+        return expected_ != Expected::Vendor || *rest == '{';
+    }
+
+    bool scalar(std::string_view text, bool is_bool) {
+        const bool fits = expected_ == Expected::Anything || expected_ == Expected::Scalar ||
+                          (expected_ == Expected::Bool && is_bool);
+        append(text, line_, false);
+        return fits && text.size() <= max_scalar_size;
+    }
+
+    void append(std::string_view text, std::uint32_t line, bool is_map) {
+        items_.push_back({text, line, static_cast<std::uint32_t>(items_.size() + 1), is_map});
+    }
+
+    /// Brings `line_` up to a place in the text. Only keys ask: nothing else is told the user by its line.
+    void count_lines(const char* place) {
+        line_ += static_cast<std::uint32_t>(std::count(counted_, place, '\n'));
+        counted_ = place;
+    }
+
+    const char* counted_;
+    std::uint32_t line_ = 1;
+    std::vector<Item>& items_;
+    std::vector<OpenMap> open_maps_;
+    Expected expected_ = Expected::File;
+    bool vendor_has_id_ = false;
+};
+
+std::optional<JsonDocument> JsonDocument::read(const std::string& file) {
+    std::optional<std::vector<char>> text = read_file(file);
+    if (!text || !is_plain_text({text->data(), text->size() - padding})) {
+        return std::nullopt;
+    }
+    JsonDocument document;
+    document.text_ = *std::move(text);
+    document.items_.reserve(document.text_.size() / 16);
+
+    rapidjson::InsituStringStream stream(document.text_.data());
+    Builder builder(document.text_.data(), document.items_);
+    constexpr unsigned flags =
+        rapidjson::kParseInsituFlag | rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseIterativeFlag;
+    if (!rapidjson::Reader().Parse<flags>(stream, builder)) {
+        return std::nullopt;
+    }
+    return document;
+}
+
+}  // namespace quarn::subscriber::radius

@@ -1,0 +1,285 @@
+#include "quarn/radius/json_document.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "quarn/radius/dictionary.h"
+#include "quarn/utils/app.h"
+#include "support/scratch_folder.h"
+
+namespace quarn::subscriber::radius {
+namespace {
+
+using test::ScratchFolder;
+
+bool is_plain(const std::string& text) {
+    const ScratchFolder folder;
+    return JsonDocument::read(folder.write("file.yaml", text)).has_value();
+}
+
+/// An object in an object, and so on.
+std::string deeply_nested(int depth) {
+    std::string text = "1";
+    for (int level = 0; level < depth; ++level) {
+        text = R"({"a": )" + text + "}";
+    }
+    return text;
+}
+
+TEST(JsonDocument, HandsOutWhatAFileHolds) {
+    const ScratchFolder folder;
+    const auto document = JsonDocument::read(folder.write("file.yaml", R"({
+"vendor": {"id": 9, "name": "Example"},
+"attributes": {
+  "One": {"code": "26.9.1", "has_tag": true},
+
+  "Two": {"code": "26.9.2", "has_tag": false, "values": {"Off": 0}}
+}
+})"));
+    ASSERT_TRUE(document);
+    const JsonNode root = document->root();
+    EXPECT_TRUE(root.IsMap());
+    EXPECT_FALSE(root["includes"]);
+    EXPECT_EQ(root["vendor"]["id"].as<std::string>(), "9");
+    EXPECT_EQ(root["vendor"]["name"].as<std::string>(), "Example");
+    EXPECT_FALSE(root["vendor"]["format"]);
+
+    std::vector<std::string> names;
+    std::vector<std::uint32_t> lines;
+    std::vector<bool> tags;
+    for (const JsonNode::Entry& entry : root["attributes"]) {
+        names.push_back(entry.first.as<std::string>());
+        lines.push_back(entry.first.line());
+        tags.push_back(entry.second["has_tag"].as<bool>());
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"One", "Two"}));
+    EXPECT_EQ(lines, (std::vector<std::uint32_t>{4, 6}));
+    EXPECT_EQ(tags, (std::vector<bool>{true, false}));
+    EXPECT_EQ(root["attributes"]["Two"]["values"]["Off"].as<std::string>(), "0");
+}
+
+TEST(JsonDocument, FindsTheFirstOfTwoEntriesOfOneKeyAndListsBoth) {
+    const ScratchFolder folder;
+    const auto document = JsonDocument::read(folder.write("file.yaml", R"({"x": {"k": 1, "k": 2}})"));
+    ASSERT_TRUE(document);
+    const JsonNode map = document->root()["x"];
+    EXPECT_EQ(map["k"].as<std::string>(), "1");
+    std::vector<std::string> values;
+    for (const JsonNode::Entry& entry : map) {
+        values.push_back(entry.second.as<std::string>());
+    }
+    EXPECT_EQ(values, (std::vector<std::string>{"1", "2"}));
+}
+
+TEST(JsonDocument, TakesAnEmptyObject) {
+    EXPECT_TRUE(is_plain("{}"));
+    EXPECT_TRUE(is_plain(" {\n}\n\n"));
+    EXPECT_TRUE(is_plain(R"({"vendor": {"id": 1}, "attributes": {}})"));
+}
+
+TEST(JsonDocument, LeavesWhatIsNotPlainToYaml) {
+    const std::vector<std::string> rows = {
+        "",                                                             // no object
+        "[]",                                                           // a sequence
+        "1",                                                            // a scalar
+        "{} {}",                                                        // more than one document
+        "{}\n# a comment",                                              //
+        "{",                                                            // incomplete
+        "attributes:\n  A:\n    code: 1\n",                             // block style
+        "{attributes: {}}",                                             // a plain key
+        R"({'attributes': {}})",                                        // single quotes
+        R"({"attributes": {},})",                                       // a comma too many
+        R"({"a": null})",                                               //
+        R"({"a": [1]})",                                                //
+        R"({"a": -1})",                                                 //
+        R"({"a": 1.5})",                                                //
+        R"({"a": 1e3})",                                                //
+        R"({"a": 007})",                                                //
+        R"({"a": 0x10})",                                               //
+        R"({"a": "\n"})",                                               // an escape
+        "{\"a\": \"caf\xC3\xA9\"}",                                     // no ASCII
+        "{\t\"a\": 1}",                                                 // a tab
+        "{\"a\": 1}\r\n",                                               // a carriage return
+        std::string("{\"a\": 1}\0", 9),                                 // a NUL
+        "\xEF\xBB\xBF{}",                                               // a byte order mark
+        R"({"includes": "x"})",                                         // what the loader refuses,
+        R"({"includes": {}})",                                          // or skips with yaml-cpp's reason
+        R"({"vendor": 1})",                                             //
+        R"({"vendor": {"name": "no id"}})",                             //
+        R"({"vendor": {"id": {}}})",                                    //
+        R"({"attributes": "x"})",                                       //
+        R"({"attributes": {"A": 1}})",                                  //
+        R"({"attributes": {"A": {"code": {}}}})",                       //
+        R"({"attributes": {"A": {"has_tag": "true"}}})",                //
+        R"({"attributes": {"A": {"concat": 1}}})",                      //
+        R"({"attributes": {"A": {"values": 1}}})",                      //
+        R"({"attributes": {"A": {"values": {"V": {}}}}})",              //
+        deeply_nested(200),                                             // deeper than yaml-cpp may go
+        R"({"attributes": {")" + std::string(1001, 'A') + R"(": {}}})"  // a key too long for yaml-cpp
+    };
+    for (const std::string& row : rows) {
+        EXPECT_FALSE(is_plain(row)) << row;
+    }
+}
+
+TEST(JsonDocument, LeavesWhatCannotBeReadToYaml) {
+    const ScratchFolder folder;
+    EXPECT_FALSE(JsonDocument::read((folder.path() / "missing.yaml").string()));
+    EXPECT_FALSE(JsonDocument::read(folder.path().string()));
+}
+
+/// All that can be asked of a dictionary about the names and numbers that occur in a file, and all that
+/// loading it told, as one text.
+class Loaded {
+  public:
+    Loaded(const std::string& file, const std::string& text) {
+        const App::WarningHandler collect([this](std::string_view message, const App::Fields& fields) {
+            told_ += "warning: " + std::string(message);
+            for (const auto& [key, value] : fields) {
+                told_ += " " + key + "=" + value;
+            }
+            told_ += "\n";
+        });
+        RadiusDictionary dictionary;
+        try {
+            dictionary.load(file);
+        } catch (const std::exception& error) {
+            told_ += std::string("error: ") + error.what() + "\n";
+        }
+        describe(dictionary, text);
+    }
+
+    const std::string& told() const { return told_; }
+
+  private:
+    void describe(const RadiusDictionary& dictionary, const std::string& text) {
+        std::set<std::string> quoted;
+        for (std::size_t open = text.find('"'); open != std::string::npos;) {
+            const std::size_t close = text.find('"', open + 1);
+            quoted.insert(text.substr(open + 1, close - open - 1));
+            open = close == std::string::npos ? close : text.find('"', close + 1);
+        }
+        for (const std::string& name : quoted) {
+            const AttributeMetadata& record = dictionary.attribute_by_name(name);
+            describe(record);
+            if (const VendorInfo* const vendor = dictionary.vendor_by_name(name)) {
+                told_ += "vendor " + std::to_string(vendor->id) + " " + vendor->format + "\n";
+            }
+            if (record.value_type != ValueType::Integer) {
+                continue;
+            }
+            for (const std::string& value : quoted) {
+                if (const auto number = dictionary.enum_value(name, value)) {
+                    told_ += name + "." + value + "=" + std::to_string(*number) + "=" +
+                             dictionary.enum_name(name, *number).value_or("?") + "\n";
+                }
+            }
+        }
+        for (std::uint32_t type = 0; type < 256; ++type) {
+            describe(dictionary.top_level_attribute(type));
+        }
+    }
+
+    void describe(const AttributeMetadata& record) {
+        if (record.known) {
+            told_ += record.name + " " + radius_code_path_to_string(record.code) + " " + record.type + " " +
+                     std::to_string(record.encrypt) + (record.has_tag ? " tagged" : "") +
+                     (record.concat ? " concat" : "") + (record.continuation ? " continued" : "") +
+                     (record.vendor ? " of " + record.vendor->name : "") + "\n";
+        }
+    }
+
+    std::string told_;
+};
+
+/// Loads a text once as it is, and once with a comment behind it that only yaml-cpp takes, under one path.
+void expect_same_dictionary_from_both_readers(const std::string& text) {
+    const ScratchFolder folder;
+    const std::string file = folder.write("file.yaml", text);
+    const Loaded by_json(file, text);
+    folder.write("file.yaml", text + "\n# for yaml-cpp\n");
+    ASSERT_FALSE(JsonDocument::read(file));
+    const Loaded by_yaml(file, text);
+    EXPECT_EQ(by_json.told(), by_yaml.told()) << text;
+}
+
+TEST(BothReaders, GiveTheSameDictionaryForEveryShippedFile) {
+    int plain = 0;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(QUARN_SOURCE_DIR "/share/quarn/radius")) {
+        if (entry.path().extension() != ".yaml" || !JsonDocument::read(entry.path().string())) {
+            continue;
+        }
+        SCOPED_TRACE(entry.path().string());
+        std::ifstream stream(entry.path(), std::ios::binary);
+        expect_same_dictionary_from_both_readers(
+            {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()});
+        ++plain;
+    }
+    EXPECT_GE(plain, 4);
+}
+
+TEST(BothReaders, GiveTheSameDictionaryAndWarningsForFaultyContent) {
+    const std::vector<std::string> rows = {
+        R"({"attributes": {"A": {"code": "26..1"}, "B": {"code": "x"}, "C": {"code": "1x"}, "D": {"code": ""}}})",
+        R"({"attributes": {"A": {"code": " 26. 9 .1 "}, "B": {"code": "-1"}, "C": {"code": "4294967297"}}})",
+        R"({"attributes": {"A": {"code": "99999999999999999999999"}}})",
+        R"({"attributes": {"A": {"encrypt": "0x2"}, "B": {"encrypt": "two"}, "C": {"encrypt": 4294967297}}})",
+        R"({"attributes": {"A": {"code": 1, "type": "Enum", "values": {"V": "x"}}}})",
+        R"({"attributes": {"A": {"code": 1, "values": {"V": 1, "v": 2, "W": 1}}, "a": {"code": 1}}})",
+        R"({"attributes": {"A": {"code": "26.9.1.2"}, "B": {"code": "26.9.2", "type": "text"},)"
+        "\n"
+        R"("C": {"code": "26.9.2.1"}}})",
+        R"({"attributes": {"": {"code": 1}, " ": {"code": 2}, "true": {"code": 3}, "~": {"code": 4}}})",
+        R"({"attributes": {"A":{"code":"1"},"B" : {"code" : "2"}}})",
+        R"({"vendor": {"id": 9, "format": "1,0"}})",
+        R"({"vendor": {"id": "x"}})",
+        R"({"vendor": {"id": 9, "name": "N", "format": "2,2,c"}, "attributes": {"A": {"code": "26.9.1"}}})",
+        R"({"attributes": {"A": {"code": 1}}, "attributes": {"B": {"code": 2}}})",
+        R"({"$schema": "x", "other": {"deep": {"er": {"still": true}}}, "attributes": {"A": {"more": {}}}})",
+        R"({"attributes": {"A": {"type": true}, "B": {"type": 1}, "C": {"code": true}}})",
+        R"({"attributes": {"--- x": {"code": 1}, "# no comment": {"code": 2}, "a: b": {"code": 3}}})",
+    };
+    for (const std::string& row : rows) {
+        expect_same_dictionary_from_both_readers(row);
+    }
+}
+
+TEST(BothReaders, GiveTheSameDictionaryForRandomlyDamagedFiles) {
+    const std::string whole = R"({
+"vendor": {"id": 9, "name": "Example", "format": "1,1"},
+"attributes": {
+  "Avpair": {"code": "26.9.1", "type": "text"},
+  "Mode": {"code": "26.9.2", "type": "enum", "values": {"Off": 0, "On": 1}},
+  "Tagged": {"code": "64", "type": "integer", "has_tag": true, "encrypt": 2},
+  "Long": {"code": "79", "concat": true}
+}
+})";
+    constexpr std::string_view pieces[] = {"\"", "{", "}", ":",    ",", " ", "\n",
+                                           "1",  "0", ".", "true", "x", "-", "#"};
+    int plain = 0;
+    for (std::uint32_t seed = 0; seed < 800; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        std::mt19937 random(seed);
+        std::string text = whole;
+        for (std::uint32_t damage = 0; damage <= seed % 3; ++damage) {
+            const std::size_t place = random() % text.size();
+            text.replace(place, random() % 3, pieces[random() % std::size(pieces)]);
+        }
+        if (is_plain(text)) {
+            ++plain;
+            expect_same_dictionary_from_both_readers(text);
+        }
+    }
+    EXPECT_GT(plain, 50);
+}
+
+}  // namespace
+}  // namespace quarn::subscriber::radius
