@@ -1,0 +1,14 @@
+// The commands of `quarn-radius`, their options and their help.
+#pragma once
+
+#include <iosfwd>
+
+#include "quarn/tools/quarn_radius/exit_status.h"
+
+namespace quarn::companion {
+
+/// Reads the command line and does what it says. What was asked for goes to `output`, what went wrong and
+/// summaries for the person at the terminal to `errors`.
+ExitStatus run(int argc, const char* const* argv, std::ostream& output, std::ostream& errors);
+
+}  // namespace quarn::companion

@@ -1,0 +1,147 @@
+#include "quarn/tools/quarn_radius/dictionary_files.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <system_error>
+
+namespace quarn::companion {
+
+namespace {
+
+/// The one name of a file, however it was reached.
+std::string canonical_path(const std::filesystem::path& path) {
+    std::error_code failure;
+    const std::filesystem::path canonical = std::filesystem::weakly_canonical(path, failure);
+    return failure ? path.string() : canonical.string();
+}
+
+/// Why the file cannot be opened; empty when it can.
+std::string open_failure(const std::string& file) {
+    std::error_code status;
+    if (!std::filesystem::exists(file, status)) {
+        return "no such file";
+    }
+    if (std::filesystem::is_directory(file, status)) {
+        return "is a directory";
+    }
+    return std::ifstream(file) ? "" : "cannot be opened";
+}
+
+class TreeReader {
+  public:
+    explicit TreeReader(Problems& problems) : problems_(problems) {}
+
+    void read(const std::string& file) {
+        visited_.insert(file);
+        open_.push_back(file);
+        if (const auto root = parse(file)) {
+            read_includes(file, *root);
+            files.push_back({file, *root});
+        }
+        open_.pop_back();
+    }
+
+    std::vector<DictionaryFile> files;
+
+  private:
+    void report(const std::string& file, std::uint32_t line, Severity severity, const std::string& text) {
+        problems_.push_back({file, line, severity, text});
+    }
+
+    /// The top-level map, if there is one.
+    std::optional<YAML::Node> parse(const std::string& file) {
+        std::vector<YAML::Node> documents;
+        try {
+            documents = YAML::LoadAllFromFile(file);
+        } catch (const YAML::Exception& error) {
+            const int line = error.mark.is_null() ? 0 : error.mark.line;
+            report(file, static_cast<std::uint32_t>(line + 1), Severity::Error,
+                   "not valid YAML: " + error.msg);
+            return std::nullopt;
+        }
+        if (documents.size() > 1) {
+            report(file, line_of(documents[1]), Severity::Warning,
+                   "only the first document of a file is read; this is another");
+        }
+        if (documents.empty() || documents[0].IsNull()) {
+            report(file, 1, Severity::Warning, "the file is empty");
+            return std::nullopt;
+        }
+        if (!documents[0].IsMap()) {
+            report(file, line_of(documents[0]), Severity::Error, "top level must be a map");
+            return std::nullopt;
+        }
+        return documents[0];
+    }
+
+    void read_includes(const std::string& file, const YAML::Node& root) {
+        const auto includes = find_field(root, "includes");
+        if (!includes || includes->value.IsNull()) {
+            return;
+        }
+        if (!includes->value.IsSequence()) {
+            report(file, line_of(includes->key), Severity::Error, "'includes' must be a sequence");
+            return;
+        }
+        for (const YAML::Node& entry : includes->value) {
+            if (entry.IsScalar()) {
+                read_include(file, line_of(entry), entry.Scalar());
+            } else {
+                report(file, line_of(entry), Severity::Error, "'includes' entry must be a file name");
+            }
+        }
+    }
+
+    void read_include(const std::string& file, std::uint32_t line, const std::string& entry) {
+        const std::string included = canonical_path(std::filesystem::path(file).parent_path() / entry);
+        if (std::find(open_.begin(), open_.end(), included) != open_.end()) {
+            report(file, line, Severity::Warning,
+                   included == file ? "the file includes itself"
+                                    : "include cycle: " + entry + " includes this file in turn");
+        } else if (const std::string failure = open_failure(included); !failure.empty()) {
+            report(file, line, Severity::Error, "cannot load " + entry + ": " + failure);
+        } else if (!visited_.contains(included)) {
+            read(included);
+        }
+    }
+
+    Problems& problems_;
+    std::set<std::string> visited_;
+    std::vector<std::string> open_;  ///< the files that wait for their includes
+};
+
+}  // namespace
+
+std::vector<DictionaryFile> read_dictionary_files(const std::string& path, Problems& problems) {
+    const std::string file = canonical_path(path);
+    if (const std::string failure = open_failure(file); !failure.empty()) {
+        throw CannotRead(path + ": " + failure);
+    }
+    TreeReader reader(problems);
+    reader.read(file);
+    return std::move(reader.files);
+}
+
+std::uint32_t line_of(const YAML::Node& node) {
+    return static_cast<std::uint32_t>(std::max(node.Mark().line, 0) + 1);
+}
+
+std::optional<std::string> text_of(const YAML::Node& node) {
+    if (node.IsNull()) {
+        return "null";
+    }
+    return node.IsScalar() ? std::optional(node.Scalar()) : std::nullopt;
+}
+
+std::optional<Field> find_field(const YAML::Node& map, std::string_view key) {
+    for (const auto& entry : map) {
+        if (text_of(entry.first) == key) {
+            return Field{entry.first, entry.second};
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace quarn::companion

@@ -1,0 +1,31 @@
+#include "quarn/tools/quarn_radius/name_pattern.h"
+
+#include <regex.h>
+
+#include <array>
+#include <stdexcept>
+#include <utility>
+
+namespace quarn::companion {
+
+NamePattern::NamePattern(const std::string& expression) {
+    auto compiled = std::make_unique<regex_t>();
+    const int failure = regcomp(compiled.get(), expression.c_str(), REG_EXTENDED | REG_ICASE | REG_NOSUB);
+    if (failure != 0) {
+        std::array<char, 128> reason{};
+        regerror(failure, compiled.get(), reason.data(), reason.size());
+        throw std::invalid_argument("invalid regular expression /" + expression + "/: " + reason.data());
+    }
+    compiled_.reset(compiled.release());
+}
+
+bool NamePattern::matches(const std::string& name) const {
+    return regexec(compiled_.get(), name.c_str(), 0, nullptr, 0) == 0;
+}
+
+void NamePattern::Free::operator()(re_pattern_buffer* compiled) const {
+    regfree(compiled);
+    delete compiled;
+}
+
+}  // namespace quarn::companion

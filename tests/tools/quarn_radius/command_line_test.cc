@@ -1,0 +1,155 @@
+#include "quarn/tools/quarn_radius/command_line.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/scratch_folder.h"
+
+namespace quarn::companion {
+namespace {
+
+class CommandLineTest : public testing::Test {
+  protected:
+    /// Runs the program in this process.
+    ExitStatus run_with(const std::vector<std::string>& arguments) {
+        std::vector<const char*> argv = {"quarn-radius"};
+        for (const std::string& argument : arguments) {
+            argv.push_back(argument.c_str());
+        }
+        output_.str("");
+        errors_.str("");
+        return run(static_cast<int>(argv.size()), argv.data(), output_, errors_);
+    }
+    std::string output() const { return output_.str(); }
+    std::string errors() const { return errors_.str(); }
+
+    test::ScratchFolder folder_;
+    std::string sound_ = folder_.write("sound.yaml", "attributes: {Filter-Id: {code: 11, type: text}}\n");
+    std::string odd_ = folder_.write("odd.yaml", "attributes:\n  Filter-Id: {code: 11, tpye: text}\n");
+
+  private:
+    std::ostringstream output_;
+    std::ostringstream errors_;
+};
+
+TEST_F(CommandLineTest, CheckEndsWith0ForASoundDictionaryAndCountsItForTheReader) {
+    EXPECT_EQ(run_with({"dictionary", "check", sound_}), ExitStatus::Fine);
+    EXPECT_EQ(output(), "");
+    EXPECT_EQ(errors(), "no problems in 1 attribute and 0 values of 0 vendors, 1 file\n");
+}
+
+TEST_F(CommandLineTest, CheckEndsWith1WhenItListsAProblem) {
+    EXPECT_EQ(run_with({"dictionary", "check", odd_}), ExitStatus::ProblemsFound);
+    EXPECT_EQ(output(), odd_ + ":2: warning: unknown key \"tpye\" of Filter-Id, did you mean \"type\"?\n");
+    EXPECT_EQ(errors(), "0 errors, 1 warning in 1 attribute and 0 values of 0 vendors, 1 file\n");
+}
+
+TEST_F(CommandLineTest, CheckPrintsJsonLines) {
+    EXPECT_EQ(run_with({"dictionary", "check", "--json", odd_}), ExitStatus::ProblemsFound);
+    EXPECT_EQ(output(), R"({"file": ")" + odd_ + R"(", "line": 2, "severity": "warning", )" +
+                            R"("text": "unknown key \"tpye\" of Filter-Id, did you mean \"type\"?"})" + "\n");
+}
+
+TEST_F(CommandLineTest, ShowPrintsWhatMatches) {
+    EXPECT_EQ(run_with({"dictionary", "show", "-d", sound_, "filter-id"}), ExitStatus::Fine);
+    EXPECT_EQ(output(), "Filter-Id\n  code      11\n  type      text\n  defined   " + sound_ + ":1\n");
+    EXPECT_EQ(errors(), "");
+}
+
+TEST_F(CommandLineTest, ShowEndsWith1WhenNothingMatches) {
+    EXPECT_EQ(run_with({"dictionary", "show", "-d", sound_, "filter-if"}), ExitStatus::ProblemsFound);
+    EXPECT_EQ(output(), "");
+    EXPECT_EQ(errors(), "quarn-radius: nothing matches \"filter-if\", did you mean \"Filter-Id\"?\n");
+}
+
+TEST_F(CommandLineTest, ImportEndsWith0WhenEverythingCouldBeUnderstood) {
+    const std::string source = folder_.write("dictionary", "ATTRIBUTE Filter-Id 11 string secret\n");
+    const std::string target = folder_.path() / "out";
+    EXPECT_EQ(run_with({"dictionary", "import", source, "-o", target}), ExitStatus::Fine);
+    EXPECT_EQ(output(), source + ":1: note: the flag secret of Filter-Id is dropped\n");
+    EXPECT_EQ(errors(), "wrote 1 attribute and 0 values to 2 files; 0 errors, 0 warnings, 1 note\n");
+    EXPECT_EQ(run_with({"dictionary", "check", target + "/dictionary.yaml"}), ExitStatus::Fine);
+}
+
+TEST_F(CommandLineTest, ImportEndsWith1WhenALineCouldNotBeUnderstood) {
+    const std::string source = folder_.write("dictionary", "ATTRIBUTE Filter-Id\n");
+    EXPECT_EQ(run_with({"dictionary", "import", "--json", source, "-o", folder_.path() / "out"}),
+              ExitStatus::ProblemsFound);
+    EXPECT_EQ(output(), R"({"file": ")" + source + R"(", "line": 1, "severity": "error", )" +
+                            R"("text": "ATTRIBUTE wants a name, a code and a type"})" + "\n");
+}
+
+TEST_F(CommandLineTest, ImportTakesAVendorFromEachVendorOption) {
+    const std::string source = folder_.write("dictionary",
+                                             "VENDOR A 1\nVENDOR B 2\nVENDOR C 3\n"
+                                             "ATTRIBUTE A-1 1 string A\nATTRIBUTE B-1 1 string B\n"
+                                             "ATTRIBUTE C-1 1 string C\n");
+    EXPECT_EQ(run_with({"dictionary", "import", "--vendor", "a", "--vendor", "C", source, "-o",
+                        folder_.path() / "out"}),
+              ExitStatus::Fine);
+    EXPECT_EQ(errors(), "wrote 2 attributes and 0 values to 3 files; 0 errors, 0 warnings, 0 notes\n");
+}
+
+TEST_F(CommandLineTest, EveryWrongCommandLineEndsWith2) {
+    const std::vector<std::vector<std::string>> wrong = {
+        {},
+        {"dictionary"},
+        {"dictionary", "chekc"},
+        {"dictionary", "check", "--xml"},
+        {"dictionary", "check", sound_, odd_},
+        {"dictionary", "show", "-d", sound_},
+        {"dictionary", "show", "-d", sound_, "/(/"},
+        {"dictionary", "import", sound_},
+        {"dictionary", "import", "-o", "out"},
+    };
+    for (const std::vector<std::string>& arguments : wrong) {
+        EXPECT_EQ(run_with(arguments), ExitStatus::Usage) << testing::PrintToString(arguments);
+        EXPECT_EQ(output(), "");
+        EXPECT_NE(errors(), "");
+    }
+}
+
+TEST_F(CommandLineTest, EveryFileThatCannotBeReadEndsWith3) {
+    const std::string nowhere = folder_.path() / "nowhere";
+    EXPECT_EQ(run_with({"dictionary", "check", nowhere}), ExitStatus::CannotRead);
+    EXPECT_EQ(errors(), "quarn-radius: " + nowhere + ": no such file\n");
+    EXPECT_EQ(run_with({"dictionary", "show", "-d", nowhere, "Class"}), ExitStatus::CannotRead);
+    EXPECT_EQ(run_with({"dictionary", "import", nowhere, "-o", nowhere}), ExitStatus::CannotRead);
+    EXPECT_EQ(errors(), "quarn-radius: " + nowhere + ": cannot read\n");
+}
+
+TEST_F(CommandLineTest, EveryHelpEndsWith0AndDocumentsTheExitStatus) {
+    const std::vector<std::vector<std::string>> commands = {
+        {}, {"dictionary"}, {"dictionary", "check"}, {"dictionary", "show"}, {"dictionary", "import"}};
+    for (std::vector<std::string> command : commands) {
+        command.emplace_back("--help");
+        EXPECT_EQ(run_with(command), ExitStatus::Fine);
+        EXPECT_EQ(errors(), "");
+        EXPECT_NE(output().find("Exit status:\n"
+                                "  0  fine\n"
+                                "  1  problems were found, or nothing matches\n"
+                                "  2  the command line is wrong\n"
+                                "  3  a file cannot be read or written\n"),
+                  std::string::npos)
+            << output();
+    }
+}
+
+TEST_F(CommandLineTest, HelpNamesTheInstalledDictionaryAsTheDefault) {
+    for (const char* const command : {"check", "show"}) {
+        EXPECT_EQ(run_with({"dictionary", command, "--help"}), ExitStatus::Fine);
+        EXPECT_NE(output().find("/opt/quarn/share/quarn/radius/dictionary.yaml"), std::string::npos)
+            << command;
+    }
+}
+
+TEST_F(CommandLineTest, TellsItsVersion) {
+    EXPECT_EQ(run_with({"--version"}), ExitStatus::Fine);
+    EXPECT_TRUE(output().starts_with("quarn-radius 2.")) << output();
+}
+
+}  // namespace
+}  // namespace quarn::companion

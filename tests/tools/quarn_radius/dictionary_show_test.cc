@@ -1,0 +1,134 @@
+#include "quarn/tools/quarn_radius/dictionary_show.h"
+
+#include <gtest/gtest.h>
+
+#include "support/scratch_folder.h"
+
+namespace quarn::companion {
+namespace {
+
+class DictionaryShowTest : public testing::Test {
+  protected:
+    std::string text(const std::string& query) const {
+        return without_folder(findings_text(DictionaryCatalogue(root_).find(query)));
+    }
+    std::string json(const std::string& query) const {
+        return without_folder(findings_json(DictionaryCatalogue(root_).find(query)));
+    }
+
+    test::ScratchFolder folder_;
+    std::string vendor_ = folder_.write("vendor.yaml", R"({
+"vendor": {"id": 64496, "name": "Example", "format": "1,1,c"},
+"attributes": {
+  "Example-Role": {"code": "26.64496.1", "type": "text"},
+  "Example-Key": {"code": "26.64496.10", "type": "octets", "encrypt": 2, "has_tag": true},
+  "Example-Mode": {"code": "26.64496.2", "type": "enum", "values": {"On": 1, "Off": 0, "Enabled": 1}}
+}
+}
+)");
+    std::string root_ = folder_.write("root.yaml", R"(includes: [vendor.yaml]
+attributes:
+  EAP-Message: {code: 79, type: octets, concat: true}
+  Filter-Id: {code: 11}
+  Filter-Id: {code: 11, type: text}
+  Nowhere: {type: text}
+)");
+
+  private:
+    std::string without_folder(std::string shown) const {
+        const std::string prefix = folder_.path().string() + "/";
+        for (std::size_t at = 0; (at = shown.find(prefix)) != std::string::npos;) {
+            shown.erase(at, prefix.size());
+        }
+        return shown;
+    }
+};
+
+TEST_F(DictionaryShowTest, ShowsTheRecordOfAnAttributeInAnyCase) {
+    EXPECT_EQ(text("example-MODE"),
+              "Example-Mode\n"
+              "  code      26.64496.2\n"
+              "  type      enum\n"
+              "  flags     continuation (its vendor's format has a continuation byte)\n"
+              "  vendor    Example, number 64496, format 1,1,c\n"
+              "  values    Off = 0\n"
+              "            On = 1\n"
+              "            Enabled = 1\n"
+              "  defined   vendor.yaml:6\n");
+}
+
+TEST_F(DictionaryShowTest, ShowsTheAttributeAtACode) {
+    EXPECT_EQ(text("26.64496.10"),
+              "Example-Key\n"
+              "  code      26.64496.10\n"
+              "  type      octets\n"
+              "  flags     encrypt 2 (hidden as Tunnel-Password is)\n"
+              "            has_tag (begins with a tag byte)\n"
+              "            continuation (its vendor's format has a continuation byte)\n"
+              "  vendor    Example, number 64496, format 1,1,c\n"
+              "  defined   vendor.yaml:5\n");
+    EXPECT_EQ(text("79"),
+              "EAP-Message\n"
+              "  code      79\n"
+              "  type      octets\n"
+              "  flags     concat (several attributes carry one value)\n"
+              "  defined   root.yaml:3\n");
+}
+
+TEST_F(DictionaryShowTest, ShowsWhereTheDefinitionThatHoldsStands) {
+    EXPECT_EQ(text("Filter-Id"), "Filter-Id\n  code      11\n  type      text\n  defined   root.yaml:5\n");
+    EXPECT_EQ(text("Nowhere"), "Nowhere\n  code      none\n  type      text\n  defined   root.yaml:6\n");
+}
+
+TEST_F(DictionaryShowTest, ListsTheAttributesOfAVendorByCode) {
+    const std::string expected =
+        "26.64496.1   Example-Role  text    continuation\n"
+        "26.64496.2   Example-Mode  enum    continuation\n"
+        "26.64496.10  Example-Key   octets  encrypt 2, has_tag, continuation\n";
+    EXPECT_EQ(text("EXAMPLE"), expected);
+    EXPECT_EQ(text("64496"), expected);
+}
+
+TEST_F(DictionaryShowTest, ListsWhatMatchesAPattern) {
+    EXPECT_EQ(text("/^e.*-m/"),
+              "26.64496.2  Example-Mode  enum    continuation\n"
+              "79          EAP-Message   octets  concat\n");
+}
+
+TEST_F(DictionaryShowTest, PrintsJsonLines) {
+    EXPECT_EQ(
+        json("/role|mode/"),
+        R"({"name": "Example-Role", "code": "26.64496.1", "type": "text", "encrypt": 0, "has_tag": false, )"
+        R"("concat": false, "continuation": true, )"
+        R"("vendor": {"id": 64496, "name": "Example", "format": "1,1,c"}, "file": "vendor.yaml", "line": 4})"
+        "\n"
+        R"({"name": "Example-Mode", "code": "26.64496.2", "type": "enum", "encrypt": 0, "has_tag": false, )"
+        R"("concat": false, "continuation": true, )"
+        R"("vendor": {"id": 64496, "name": "Example", "format": "1,1,c"}, )"
+        R"("values": {"Off": 0, "On": 1, "Enabled": 1}, "file": "vendor.yaml", "line": 6})"
+        "\n");
+    EXPECT_EQ(json("Filter-Id"),
+              R"({"name": "Filter-Id", "code": "11", "type": "text", "encrypt": 0, "has_tag": false, )"
+              R"("concat": false, "continuation": false, "file": "root.yaml", "line": 5})"
+              "\n");
+}
+
+TEST_F(DictionaryShowTest, FindsNothingWhereNothingIs) {
+    for (const char* const query : {"Example-Rolle", "26.64496.3", "26", "/^$/", "", "1.x"}) {
+        EXPECT_EQ(text(query), "") << query;
+    }
+    EXPECT_EQ(DictionaryCatalogue(root_).suggestion_for("Example-Rolle"), ", did you mean \"Example-Role\"?");
+    EXPECT_EQ(DictionaryCatalogue(root_).suggestion_for("exampel"), ", did you mean \"Example\"?");
+}
+
+TEST_F(DictionaryShowTest, RefusesABadPattern) {
+    EXPECT_THROW(DictionaryCatalogue(root_).find("/(/"), std::invalid_argument);
+}
+
+TEST_F(DictionaryShowTest, ThrowsForADictionaryThatDoesNotLoad) {
+    EXPECT_THROW(DictionaryCatalogue(folder_.path() / "nowhere.yaml"), CannotRead);
+    EXPECT_THROW(DictionaryCatalogue(folder_.write("bad.yaml", "attributes: 1\n")), CannotRead);
+}
+
+}  // namespace
+}  // namespace quarn::companion

@@ -1,0 +1,28 @@
+#include "quarn/tools/quarn_radius/name_pattern.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace quarn::companion {
+namespace {
+
+TEST(NamePattern, MatchesAPartOfANameInAnyCase) {
+    EXPECT_TRUE(NamePattern("bandwidth").matches("WISPr-Bandwidth-Max-Up"));
+    EXPECT_TRUE(NamePattern("^wispr.*(up|down)$").matches("WISPr-Bandwidth-Max-Up"));
+    EXPECT_FALSE(NamePattern("^bandwidth").matches("WISPr-Bandwidth-Max-Up"));
+}
+
+TEST(NamePattern, RefusesWhatIsNoExpression) {
+    try {
+        const NamePattern pattern("(");
+        FAIL() << "an open parenthesis is accepted";
+    } catch (const std::invalid_argument& error) {
+        EXPECT_EQ(std::string(error.what()).substr(0, 33), "invalid regular expression /(/: U")
+            << error.what();
+    }
+}
+
+}  // namespace
+}  // namespace quarn::companion
