@@ -6,6 +6,10 @@ if(QUARN_WARNINGS_AS_ERRORS)
     target_compile_options(quarn_compiler_options INTERFACE -Werror)
 endif()
 
+# What is built tells nothing of the folder it was built in. Debug builds do: a debugger wants its sources.
+target_compile_options(quarn_compiler_options INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}/= -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>)
+
 if(QUARN_SANITIZE)
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_compile_options(quarn_compiler_options INTERFACE ${sanitizers})
