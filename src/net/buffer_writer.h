@@ -21,10 +21,13 @@ namespace quarn::net {
 /// A growable byte string; what is appended goes to its end. Appending fails only when memory is exhausted.
 class BufferWriter {
   public:
-    BufferWriter() { bytes_.reserve(initial_capacity); }
-
     /// One byte.
-    void append_u8(std::uint8_t byte) { bytes_.push_back(byte); }
+    void append_u8(std::uint8_t byte) {
+        if (bytes_.capacity() == 0) {
+            bytes_.reserve(initial_capacity);
+        }
+        bytes_.push_back(byte);
+    }
 
     /// An unsigned 16-bit number in network order.
     void append_u16(std::uint16_t number) { append_uint(number, 2); }

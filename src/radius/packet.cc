@@ -53,7 +53,7 @@ void RadiusPacket::add_attribute(std::string_view name, std::string_view value) 
                                      ? found->second
                                      : _insert_entry(key, RadiusAttribute(record, record.code, key));
     if (std::optional<Bytes> data = encode_text_value(*dictionary, record, value)) {
-        attribute.values.emplace_back(record.type, *std::move(data), std::uint8_t{0}, record.has_tag);
+        attribute.values.emplace_back(record, *std::move(data), std::uint8_t{0});
     }
 }
 

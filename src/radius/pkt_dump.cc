@@ -56,21 +56,28 @@ void for_each_fragment(byte_span bytes, std::size_t room, Write write) {
     } while (!bytes.empty());
 }
 
+bool is_message_authenticator(const CodePath& path) {
+    return path.size() == 1 && path.front() == message_authenticator_type;
+}
+
 void append_attribute_header(BufferWriter& out, std::uint32_t type, std::size_t value_size) {
     out.append_u8(static_cast<std::uint8_t>(type));
     out.append_u8(static_cast<std::uint8_t>(attribute_header_size + value_size));
 }
 
 /// Wraps the bytes in a TLV header for each element of the path from `start` on, the last one innermost. Type
-/// and length keep their low 8 bits.
-Bytes wrap_nested_tlv(const CodePath& path, byte_span bytes, std::size_t start) {
-    BufferWriter wrapped;
+/// and length keep their low 8 bits. The result views `wrapped`, or the bytes themselves when there is
+/// nothing to wrap them in.
+byte_span wrap_nested_tlv(BufferWriter& wrapped, const CodePath& path, byte_span bytes, std::size_t start) {
+    if (path.size() <= start) {
+        return bytes;
+    }
     for (std::size_t i = start; i < path.size(); ++i) {
         const std::size_t headers_inside = path.size() - i - 1;
         append_attribute_header(wrapped, path[i], attribute_header_size * headers_inside + bytes.size());
     }
     wrapped.append_bytes(bytes);
-    return wrapped.take();
+    return wrapped.bytes();
 }
 
 void build_plain(BufferWriter& out, std::uint32_t type, byte_span bytes, bool may_split,
@@ -85,7 +92,8 @@ void build_plain(BufferWriter& out, std::uint32_t type, byte_span bytes, bool ma
 void build_vsa(BufferWriter& out, const CodePath& path, byte_span bytes, const VendorInfo& vendor,
                const std::string& name, Issues& issues) {
     constexpr std::size_t nesting_start = 3;
-    const Bytes value = wrap_nested_tlv(path, bytes, nesting_start);
+    BufferWriter wrapped;
+    const byte_span value = wrap_nested_tlv(wrapped, path, bytes, nesting_start);
 
     const std::size_t sub_header_size = vendor.type_size + vendor.length_size + (vendor.continuation ? 1 : 0);
     const std::size_t room = max_value_size - vendor_id_size - sub_header_size;
@@ -107,7 +115,8 @@ void build_extended(BufferWriter& out, const CodePath& path, byte_span bytes, bo
                     const std::string& name, Issues& issues) {
     const bool vendor_specific = path[1] == VSA_TYPE && path.size() >= 4;
     const std::size_t nesting_start = vendor_specific ? 4 : 2;
-    const Bytes value = wrap_nested_tlv(path, bytes, nesting_start);
+    BufferWriter wrapped;
+    const byte_span value = wrap_nested_tlv(wrapped, path, bytes, nesting_start);
 
     const std::size_t sub_header_size =
         1 + (long_form ? 1 : 0) + (vendor_specific ? vendor_id_size + extended_vendor_type_size : 0);
@@ -137,7 +146,7 @@ class PacketEncoder {
 
     Bytes encode() {
         write_header();
-        for (const RadiusAttribute* const attribute : packet_.attributes()) {
+        for (const RadiusAttribute* const attribute : packet_.attribute_order) {
             for (const RadiusValue& value : attribute->values) {
                 write_value(*attribute, value);
             }
@@ -158,7 +167,7 @@ class PacketEncoder {
     }
 
     void write_value(const RadiusAttribute& attribute, const RadiusValue& value) {
-        if (attribute.code_path == CodePath{message_authenticator_type}) {
+        if (is_message_authenticator(attribute.code_path)) {
             write_message_authenticator();
             return;
         }
@@ -206,7 +215,8 @@ class PacketEncoder {
             const AttributeMetadata& record =
                 is_tlv ? dictionary->top_level_attribute(type) : *attribute.metadata;
             const bool may_split = dictionary != nullptr && (record.concat || record.continuation);
-            const Bytes value = wrap_nested_tlv(path, bytes, is_tlv ? 1 : path.size());
+            BufferWriter wrapped;
+            const byte_span value = wrap_nested_tlv(wrapped, path, bytes, is_tlv ? 1 : path.size());
             build_plain(out_, type, value, may_split, name, issues_);
         }
     }

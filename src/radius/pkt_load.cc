@@ -1,8 +1,10 @@
 #include "quarn/radius/pkt_load.h"
 
 #include <algorithm>
+#include <deque>
 #include <map>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -31,6 +33,8 @@ class PacketDecoder {
         }
         finish_joined_value();
         report_open_fragments();
+        packet_.attribute_map.reserve(attributes_.size());
+        packet_.attribute_order.reserve(attributes_.size());
         for (RadiusAttribute& attribute : attributes_) {
             packet_.add_attribute(std::move(attribute));
         }
@@ -39,11 +43,29 @@ class PacketDecoder {
     }
 
   private:
+    /// What a problem is reported to be inside of.
+    struct Place {
+        bool is_vendor;        ///< of a Vendor-Specific attribute
+        std::uint32_t number;  ///< the vendor's, or the top-level type
+
+        std::string text() const { return (is_vendor ? "Vendor-" : "") + std::to_string(number); }
+    };
+
     /// A value whose attributes follow each other directly in the packet (`AttributeMetadata::concat`).
     struct JoinedValue {
         CodePath path;
         Bytes bytes;
-        std::string where;
+        Place place;
+    };
+
+    /// Orders decoded attributes by code path, and finds them by one.
+    struct PathOrder {
+        using is_transparent = void;
+
+        static const CodePath& path(const RadiusAttribute* attribute) { return attribute->code_path; }
+        static const CodePath& path(const CodePath& code_path) { return code_path; }
+
+        bool operator()(const auto& left, const auto& right) const { return path(left) < path(right); }
     };
 
     std::size_t read_header(BufferReader& reader, std::size_t datagram_size) {
@@ -87,7 +109,7 @@ class PacketDecoder {
             case ContainerKind::Tlv:
             case ContainerKind::Evs:
             case ContainerKind::Struct:
-                complete_value({type}, value, std::to_string(type));
+                complete_value({type}, value, {false, type});
                 break;
         }
         if (!joined_by_this_attribute_) {
@@ -97,13 +119,13 @@ class PacketDecoder {
 
     void decode_vendor_specific(std::uint32_t type, byte_span value) {
         if (value.size() < vendor_id_size) {
-            report("vendor-specific attribute too short", std::to_string(type), "");
+            report("vendor-specific attribute too short", {false, type}, "");
             return;
         }
         BufferView reader(value);
         const std::uint32_t vendor_id = reader.read_uint(vendor_id_size);
         const VendorInfo& vendor = vendor_format(packet_.dictionary.get(), vendor_id);
-        const std::string where = "Vendor-" + std::to_string(vendor_id);
+        const Place place{true, vendor_id};
 
         // What is too short to hold another sub-attribute's header is passed over without a word.
         const std::size_t sub_header_size = vendor.type_size + vendor.length_size;
@@ -111,23 +133,23 @@ class PacketDecoder {
             const std::uint32_t vendor_type = reader.read_uint(vendor.type_size);
             const std::size_t length = reader.read_uint(vendor.length_size);
             if (length < sub_header_size || length - sub_header_size > reader.remaining()) {
-                report("malformed vendor attribute length", where, std::to_string(vendor_type));
+                report("malformed vendor attribute length", place, std::to_string(vendor_type));
                 return;
             }
             const byte_span data = reader.read_bytes(length - sub_header_size);
             if (vendor.continuation) {
-                decode_vendor_fragment(vendor_id, vendor_type, data, where);
+                decode_vendor_fragment(vendor_id, vendor_type, data, place);
             } else {
-                complete_value({VSA_TYPE, vendor_id, vendor_type}, data, where);
+                complete_value({VSA_TYPE, vendor_id, vendor_type}, data, place);
             }
         }
     }
 
     /// A sub-attribute that begins with a continuation byte.
     void decode_vendor_fragment(std::uint32_t vendor_id, std::uint32_t vendor_type, byte_span fragment,
-                                const std::string& where) {
+                                Place place) {
         if (fragment.empty()) {
-            report("vendor continuation byte missing", where, std::to_string(vendor_type));
+            report("vendor continuation byte missing", place, std::to_string(vendor_type));
             return;
         }
         const bool more = (fragment.front() & more_flag) != 0;
@@ -135,18 +157,18 @@ class PacketDecoder {
         append(vendor_fragments_[key], fragment.subspan(1));
         if (!more) {
             const Bytes value = std::move(vendor_fragments_.extract(key).mapped());
-            complete_delimited_value({VSA_TYPE, vendor_id, vendor_type}, value, where);
+            complete_delimited_value({VSA_TYPE, vendor_id, vendor_type}, value, place);
         }
     }
 
     void decode_extended(std::uint32_t type, byte_span value, bool long_form) {
-        const std::string where = std::to_string(type);
+        const Place place{false, type};
         if (value.empty()) {
-            report("extended attribute too short", where, "");
+            report("extended attribute too short", place, "");
             return;
         }
         if (long_form && value.size() < 2) {
-            report("long-extended attribute too short", where, "");
+            report("long-extended attribute too short", place, "");
             return;
         }
         BufferView reader(value);
@@ -154,40 +176,43 @@ class PacketDecoder {
         const bool more = long_form && (reader.read_u8() & more_flag) != 0;
         if (path.back() == VSA_TYPE) {
             if (reader.remaining() < vendor_id_size + extended_vendor_type_size) {
-                report("extended-vendor-specific header too short", where, "");
+                report("extended-vendor-specific header too short", place, "");
                 return;
             }
             path.push_back(reader.read_uint(vendor_id_size));
             path.push_back(reader.read_uint(extended_vendor_type_size));
         }
         if (!long_form) {
-            complete_value(path, reader.read_rest(), where);
+            complete_value(std::move(path), reader.read_rest(), place);
             return;
         }
         append(long_extended_fragments_[path], reader.read_rest());
         if (!more) {
             const Bytes joined = std::move(long_extended_fragments_.extract(path).mapped());
-            complete_delimited_value(path, joined, where);
+            complete_delimited_value(std::move(path), joined, place);
         }
     }
 
     /// Takes the value of a container that marks itself where a fragmented value ends.
-    void complete_delimited_value(const CodePath& path, byte_span bytes, const std::string& where) {
+    void complete_delimited_value(CodePath path, byte_span bytes, Place place) {
         finish_joined_value();
-        decode_leaf(path, bytes, where);
+        const AttributeMetadata& record = packet_.dictionary->attribute_by_code(path);
+        decode_leaf(record, std::move(path), bytes, place);
     }
 
     /// Takes a value that, if the dictionary says so, may continue in the next attribute.
-    void complete_value(const CodePath& path, byte_span bytes, const std::string& where) {
-        if (!packet_.dictionary->attribute_by_code(path).concat) {
-            complete_delimited_value(path, bytes, where);
+    void complete_value(CodePath path, byte_span bytes, Place place) {
+        const AttributeMetadata& record = packet_.dictionary->attribute_by_code(path);
+        if (!record.concat) {
+            finish_joined_value();
+            decode_leaf(record, std::move(path), bytes, place);
             return;
         }
         if (joined_value_ && joined_value_->path != path) {
             finish_joined_value();
         }
         if (!joined_value_) {
-            joined_value_ = JoinedValue{path, {}, where};
+            joined_value_ = JoinedValue{std::move(path), {}, place};
         }
         append(joined_value_->bytes, bytes);
         joined_by_this_attribute_ = true;
@@ -195,15 +220,15 @@ class PacketDecoder {
 
     void finish_joined_value() {
         if (joined_value_) {
-            const JoinedValue joined = *std::exchange(joined_value_, std::nullopt);
-            decode_leaf(joined.path, joined.bytes, joined.where);
+            JoinedValue joined = *std::exchange(joined_value_, std::nullopt);
+            const AttributeMetadata& record = packet_.dictionary->attribute_by_code(joined.path);
+            decode_leaf(record, std::move(joined.path), joined.bytes, joined.place);
         }
     }
 
-    void decode_leaf(const CodePath& path, byte_span bytes, const std::string& where) {
-        const AttributeMetadata& record = packet_.dictionary->attribute_by_code(path);
+    void decode_leaf(const AttributeMetadata& record, CodePath path, byte_span bytes, Place place) {
         if (record.kind == ContainerKind::Tlv) {
-            decode_nested_tlvs(path, bytes, where);
+            decode_nested_tlvs(path, bytes, place);
             return;
         }
         Bytes data(bytes.begin(), bytes.end());
@@ -217,46 +242,47 @@ class PacketDecoder {
             }
         }
         data = decrypt_leaf(std::move(data), record.encrypt, secret_, packet_.authenticator);
-        entry_for(path, record).values.emplace_back(record.type, std::move(data), tag, record.has_tag);
+        entry_for(record, std::move(path)).values.emplace_back(record, std::move(data), tag);
     }
 
-    void decode_nested_tlvs(const CodePath& path, byte_span list, const std::string& where) {
+    void decode_nested_tlvs(const CodePath& path, byte_span list, Place place) {
         BufferView reader(list);
         while (reader.remaining() >= attribute_header_size) {
             const std::uint32_t type = reader.read_u8();
             const std::size_t length = reader.read_u8();
             if (length < attribute_header_size || length - attribute_header_size > reader.remaining()) {
-                report("malformed nested TLV length", where, std::to_string(type));
+                report("malformed nested TLV length", place, std::to_string(type));
                 return;
             }
             CodePath nested = path;
             nested.push_back(type);
-            decode_leaf(nested, reader.read_bytes(length - attribute_header_size), where);
+            const AttributeMetadata& record = packet_.dictionary->attribute_by_code(nested);
+            decode_leaf(record, std::move(nested), reader.read_bytes(length - attribute_header_size), place);
         }
     }
 
-    RadiusAttribute& entry_for(const CodePath& path, const AttributeMetadata& record) {
-        const auto [position, is_new] = positions_.try_emplace(path, attributes_.size());
-        if (is_new) {
-            attributes_.emplace_back(record, path, std::string());
+    RadiusAttribute& entry_for(const AttributeMetadata& record, CodePath path) {
+        if (const auto entry = by_path_.find(path); entry != by_path_.end()) {
+            return **entry;
         }
-        return attributes_[position->second];
+        RadiusAttribute& attribute = attributes_.emplace_back(record, std::move(path), std::string());
+        by_path_.insert(&attribute);
+        return attribute;
     }
 
     void report_open_fragments() {
         for (const auto& [key, fragments] : vendor_fragments_) {
-            report("unterminated continuation value", "Vendor-" + std::to_string(key.first),
-                   std::to_string(key.second));
+            report("unterminated continuation value", {true, key.first}, std::to_string(key.second));
         }
         for (const auto& [path, fragments] : long_extended_fragments_) {
             const bool vendor_specific = path.size() > 2;
-            report("unterminated long-extended value", std::to_string(path.front()),
+            report("unterminated long-extended value", {false, path.front()},
                    vendor_specific ? std::to_string(path.back()) : "");
         }
     }
 
-    void report(std::string message, std::string where, std::string inner_type) {
-        issues_.push_back({std::move(message), std::move(where), std::move(inner_type)});
+    void report(const char* message, Place place, std::string inner_type) {
+        issues_.push_back({message, place.text(), std::move(inner_type)});
     }
 
     static void append(Bytes& bytes, byte_span more) { bytes.insert(bytes.end(), more.begin(), more.end()); }
@@ -270,8 +296,8 @@ class PacketDecoder {
     std::optional<JoinedValue> joined_value_;
     bool joined_by_this_attribute_ = false;
 
-    std::vector<RadiusAttribute> attributes_;  // one for each code path, in order of first appearance
-    std::map<CodePath, std::size_t> positions_;
+    std::deque<RadiusAttribute> attributes_;  // one for each code path, in order of first appearance
+    std::set<RadiusAttribute*, PathOrder> by_path_;
 };
 
 }  // namespace

@@ -153,6 +153,13 @@ RadiusValue::RadiusValue(std::string type_name, Bytes value_data, std::uint8_t v
       tag(value_tag),
       has_tag(tagged) {}
 
+RadiusValue::RadiusValue(const AttributeMetadata& attribute, Bytes value_data, std::uint8_t value_tag)
+    : type(attribute.type),
+      value_type(attribute.value_type),
+      data(std::move(value_data)),
+      tag(value_tag),
+      has_tag(attribute.has_tag) {}
+
 const std::string& RadiusValue::as_string() const {
     if (!string_cache) {
         string_cache = render(value_type, data);

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 
+#include "quarn/radius/attribute_metadata.h"
 #include "quarn/radius/bytes.h"
 #include "quarn/radius/value_type.h"
 
@@ -16,6 +17,9 @@ namespace quarn::subscriber::radius {
 struct RadiusValue {
     /// `type` is the dictionary's type name; `data` the wire bytes without a tag byte, revealed.
     RadiusValue(std::string type, Bytes data, std::uint8_t tag, bool has_tag);
+
+    /// A value of this attribute, whose type it takes over.
+    RadiusValue(const AttributeMetadata& attribute, Bytes data, std::uint8_t tag);
 
     /// The value in readable form, by its type: numbers in decimal, times in ISO 8601 UTC, addresses and
     /// prefixes as `inet_ntop` writes them, "ether" and "ifid" as hexadecimal pairs joined by ":", texts and
