@@ -4,6 +4,7 @@
 //     decode_reply REPLY REQUEST_AUTHENTICATOR SECRET [DICTIONARY]
 //
 // Ends with status 0 only for a reply that is authentic.
+#include <quarn/radius/hiding.h>
 #include <quarn/radius/packet.h>
 #include <quarn/radius/packet_code.h>
 #include <quarn/radius/pkt_load.h>
@@ -18,6 +19,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 using namespace quarn::subscriber::radius;
 using quarn::utils::hex_to_bytes;
@@ -48,6 +50,16 @@ std::string readable(const RadiusDictionary& dictionary, const std::string& name
     return text;
 }
 
+/// Reveals what the server hid with the request's Authenticator, such as a Tunnel-Password.
+void reveal_hidden_values(RadiusPacket& reply, const std::string& secret) {
+    for (auto& [key, attribute] : reply.attribute_map) {
+        for (RadiusValue& value : attribute.values) {
+            value.data = decrypt_leaf(std::move(value.data), attribute.metadata->encrypt, secret,
+                                      reply.request_authenticator.value());
+        }
+    }
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
@@ -63,12 +75,16 @@ int main(int argc, char* argv[]) {
 
         RadiusPacket reply(dictionary);
         reply.request_authenticator = authenticator_from_hex(argv[2]);
-        for (const ParseIssue& issue : pkt_load(reply, datagram.data(), datagram.size(), secret)) {
+        // No secret here: it would reveal hidden values with the reply's Authenticator, and a reply's are
+        // hidden with the request's.
+        for (const ParseIssue& issue : pkt_load(reply, datagram.data(), datagram.size(), "")) {
             std::cerr << "decode_reply: " << issue.context << ": " << issue.message << '\n';
         }
         if (!is_response_code(reply.code)) {
             throw std::invalid_argument("this is no reply: code " + std::to_string(reply.code));
         }
+
+        reveal_hidden_values(reply, secret);
 
         std::cout << "code " << unsigned{reply.code} << ", identifier " << unsigned{reply.identifier} << '\n';
         for (const RadiusAttribute* const attribute : reply.attributes()) {

@@ -21,13 +21,11 @@ namespace quarn::net {
 /// A growable byte string; what is appended goes to its end. Appending fails only when memory is exhausted.
 class BufferWriter {
   public:
+    /// Makes room for as many bytes as are expected; more may be written all the same.
+    explicit BufferWriter(std::size_t expected_size = 0) { bytes_.reserve(expected_size); }
+
     /// One byte.
-    void append_u8(std::uint8_t byte) {
-        if (bytes_.capacity() == 0) {
-            bytes_.reserve(initial_capacity);
-        }
-        bytes_.push_back(byte);
-    }
+    void append_u8(std::uint8_t byte) { bytes_.push_back(byte); }
 
     /// An unsigned 16-bit number in network order.
     void append_u16(std::uint16_t number) { append_uint(number, 2); }
@@ -70,8 +68,6 @@ class BufferWriter {
     std::vector<std::uint8_t> take() { return std::exchange(bytes_, {}); }
 
   private:
-    static constexpr std::size_t initial_capacity = 256;  // an ordinary packet grows no further
-
     std::vector<std::uint8_t> bytes_;
 };
 

@@ -15,7 +15,7 @@ std::string radius_code_path_to_string(const CodePath& path) {
     return text;
 }
 
-std::size_t CodePathHash::operator()(const CodePath& path) const noexcept {
+std::size_t CodePathHash::operator()(const CodePath& path) const {
     std::uint64_t hash = utils::fnv_start;
     for (const std::uint32_t code : path) {
         hash = (hash ^ code) * utils::fnv_prime;

@@ -19,7 +19,7 @@ std::string radius_code_path_to_string(const CodePath& path);
 /// FNV-1a over the elements, each taken as one 64-bit number.
 struct CodePathHash {
     /// The hash; the same in every process.
-    std::size_t operator()(const CodePath& path) const noexcept;
+    std::size_t operator()(const CodePath& path) const;
 };
 
 }  // namespace quarn::subscriber::radius

@@ -14,8 +14,7 @@ ContainerKind top_level_container(const RadiusDictionary* dictionary, std::uint3
     if (type == VSA_TYPE) {
         return ContainerKind::Vsa;
     }
-    return type >= first_extended_type && type <= last_extended_type ? ContainerKind::Extended
-                                                                     : ContainerKind::None;
+    return is_extended_type(type) ? ContainerKind::Extended : ContainerKind::None;
 }
 
 const VendorInfo& vendor_format(const RadiusDictionary* dictionary, std::uint32_t vendor_id) {

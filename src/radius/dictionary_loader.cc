@@ -94,9 +94,13 @@ std::uint32_t parse_code(std::string_view element) {
         status == std::errc{} && stop == end) {
         return static_cast<std::uint32_t>(code);
     }
-    // A sign, or a mistake. What does not begin with a number is for the conversion to name.
+    if (element.empty()) {
+        throw std::invalid_argument("invalid RADIUS code path");
+    }
+    // A sign, or a mistake. For what does not begin with a number, the conversion's own words are told.
     std::size_t length = 0;
-    if (element.empty() || (code = std::stoul(std::string(element), &length), length != element.size())) {
+    code = std::stoul(std::string(element), &length);
+    if (length != element.size()) {
         throw std::invalid_argument("invalid RADIUS code path");
     }
     return static_cast<std::uint32_t>(code);

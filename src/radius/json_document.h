@@ -54,7 +54,6 @@ class JsonNode {
 
     explicit operator bool() const { return document_ != nullptr; }
     bool IsMap() const { return document_ != nullptr && item().is_map; }
-    bool IsSequence() const { return false; }
     bool IsNull() const { return false; }
 
     /// The value of the map's first entry under the key, or an absent node.

@@ -20,6 +20,9 @@ using net::BufferWriter;
 
 using Issues = std::vector<ParseIssue>;
 
+/// Room for a packet that needs no second allocation.
+constexpr std::size_t ordinary_packet_size = 256;
+
 /// What the Authenticator field holds while the attributes are written. Hidden values are hidden with it.
 Authenticator initial_authenticator(const RadiusPacket& packet, std::string_view secret) {
     if (secret.empty()) {
@@ -175,25 +178,25 @@ class PacketEncoder {
         const bool tagged = attribute.values.front().has_tag;
         const AttributeMetadata& record = *attribute.metadata;
         const bool hidden = !secret_.empty() && is_hidden(record.encrypt);
-        if (!tagged && !hidden) {
-            write_framed(attribute, value.data);
+        const Bytes cipher = hidden ? hide(record.encrypt, value.data) : Bytes();
+        byte_span bytes = hidden ? cipher : value.data;
+        if (!tagged) {
+            write_framed(attribute, bytes);
             return;
         }
-        Bytes bytes;
-        if (tagged) {
-            bytes.push_back(value.tag);
+        // The tag takes the place of a number's top byte (RFC 2868, section 3.1).
+        if (!hidden && record.fixed_size > 1 && bytes.size() == record.fixed_size) {
+            bytes = bytes.subspan(1);
         }
-        if (hidden) {
-            const Bytes cipher = record.encrypt == hidden_as_user_password
-                                     ? encrypt_user_password(value.data, secret_, authenticator_)
-                                     : encrypt_tunnel_password(value.data, secret_, authenticator_);
-            bytes.insert(bytes.end(), cipher.begin(), cipher.end());
-        } else {
-            // The tag takes the place of a number's top byte (RFC 2868, section 3.1).
-            const bool replaces_top_byte = record.fixed_size > 1 && value.data.size() == record.fixed_size;
-            bytes.insert(bytes.end(), value.data.begin() + (replaces_top_byte ? 1 : 0), value.data.end());
-        }
-        write_framed(attribute, bytes);
+        BufferWriter tagged_bytes(1 + bytes.size());
+        tagged_bytes.append_u8(value.tag);
+        tagged_bytes.append_bytes(bytes);
+        write_framed(attribute, tagged_bytes.bytes());
+    }
+
+    Bytes hide(std::uint32_t encrypt, byte_span data) const {
+        return encrypt == hidden_as_user_password ? encrypt_user_password(data, secret_, authenticator_)
+                                                  : encrypt_tunnel_password(data, secret_, authenticator_);
     }
 
     void write_framed(const RadiusAttribute& attribute, byte_span bytes) {
@@ -242,7 +245,7 @@ class PacketEncoder {
     std::string_view secret_;
     Issues& issues_;
     Authenticator authenticator_;
-    BufferWriter out_;
+    BufferWriter out_{ordinary_packet_size};
     std::optional<std::size_t> message_authenticator_position_;
 };
 

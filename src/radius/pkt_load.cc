@@ -21,6 +21,10 @@ namespace {
 using net::BufferReader;
 using net::BufferView;
 
+/// Walks the attributes of one datagram. Three kinds of value are put together from several attributes: a
+/// vendor's with continuation and a long-extended one, which say themselves whether more follows and may be
+/// interleaved with others; and one that the dictionary marks as `concat`, which ends at the first top-level
+/// attribute that adds nothing to it.
 class PacketDecoder {
   public:
     PacketDecoder(RadiusPacket& packet, std::string_view secret) : packet_(packet), secret_(secret) {}

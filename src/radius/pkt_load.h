@@ -14,7 +14,8 @@ namespace quarn::subscriber::radius {
 /// Replaces `packet`'s header fields, attributes and `raw` by what the datagram holds; `packet.dictionary`
 /// must be set, and `request_authenticator` is left alone. Every attribute gets an entry under its code path,
 /// whether the dictionary defines it or not; fragments of a value are joined; hidden values are revealed with
-/// the datagram's own Authenticator, or kept as they are when the secret is empty.
+/// the datagram's own Authenticator, or kept as they are when the secret is empty. A server hides a reply's
+/// values with the request's Authenticator: decode replies without a secret, then reveal with `decrypt_leaf`.
 ///
 /// A problem confined to one attribute only drops that attribute. Such problems are returned in the order
 /// found: a fixed message, then "Vendor-" and the vendor's number or else the top-level type, then the type

@@ -53,7 +53,12 @@ inline constexpr std::size_t extended_vendor_type_size = 1;
 
 /// The types that RFC 6929 gives to extended attributes, also where no dictionary defines them.
 inline constexpr std::uint32_t first_extended_type = 241;
-inline constexpr std::uint32_t last_extended_type = 246;  ///< the last of them
+inline constexpr std::uint32_t last_extended_type = 246;
+
+/// Whether the type is one of these.
+constexpr bool is_extended_type(std::uint32_t type) {
+    return type >= first_extended_type && type <= last_extended_type;
+}
 
 /// "More follows": the top bit of a vendor's continuation byte and of the long-extended flags.
 inline constexpr std::uint8_t more_flag = 0x80;

@@ -25,17 +25,20 @@ namespace radius = subscriber::radius;
 /// Sets Framed-Protocol by the name of one of its values or by number, which the dictionary's type for it has
 /// to be able to hold.
 void add_framed_protocol(RadiusPacket& packet, const std::string& protocol) {
-    try {
-        const auto named = packet.dictionary->enum_value("Framed-Protocol", protocol);
-        const auto number = named ? std::optional<std::uint64_t>(*named) : leading_unsigned(protocol);
-        packet.set_attribute("Framed-Protocol", static_cast<std::uint32_t>(number.value()));
-        if (!packet.find_attribute("Framed-Protocol")->values.empty()) {
-            return;
-        }
-    } catch (const std::exception&) {
-        // told below, as every number that cannot be set
+    const ClientError unknown("authprobe: unknown framed-protocol \"" + protocol + "\"\n");
+    const auto named = packet.dictionary->enum_value("Framed-Protocol", protocol);
+    const auto number = named ? std::optional<std::uint64_t>(*named) : leading_unsigned(protocol);
+    if (!number) {
+        throw unknown;
     }
-    throw ClientError("authprobe: unknown framed-protocol \"" + protocol + "\"\n");
+    try {
+        packet.set_attribute("Framed-Protocol", static_cast<std::uint32_t>(*number));
+    } catch (const std::exception&) {
+        throw unknown;
+    }
+    if (packet.find_attribute("Framed-Protocol")->values.empty()) {
+        throw unknown;
+    }
 }
 
 void add_attributes(RadiusPacket& packet, const ClientSettings& settings,

@@ -1,5 +1,5 @@
-// Hash and equality of names that differ at most in ASCII case. Every map keyed by an attribute, value or
-// vendor name uses the pair; both are transparent, so a look-up by `std::string_view` copies nothing.
+// Hash and equality of names that differ at most in ASCII case. Every map keyed by an attribute's or a
+// vendor's name uses the pair; both are transparent, so a look-up by `std::string_view` copies nothing.
 #pragma once
 
 #include <algorithm>
@@ -22,7 +22,8 @@ struct CaseInsensitiveHash {
     using is_transparent = void;  ///< takes views as well as owned names
 
     /// The hash; the same in every process.
-    std::size_t operator()(std::string_view key) const noexcept {
+    // Not noexcept: libstdc++ then keeps each key's hash beside it, instead of hashing again at every comparison.
+    std::size_t operator()(std::string_view key) const {
         std::uint64_t hash = fnv_start;
         for (const char character : key) {
             hash = (hash ^ ascii_lower(static_cast<unsigned char>(character))) * fnv_prime;

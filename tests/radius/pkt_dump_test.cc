@@ -15,7 +15,7 @@ namespace {
 
 using test::add_unknown;
 using test::add_value;
-using test::attributes_of;
+using test::attribute_digits_of;
 using test::codec_dictionary;
 using test::digits;
 using test::hex;
@@ -52,13 +52,13 @@ Bytes wire_of(const RadiusPacket& packet, std::string_view with_secret = "") {
 std::string framed(std::string_view name, Bytes data, std::uint8_t tag = 0) {
     RadiusPacket packet = new_packet();
     add_value(packet, name, std::move(data), tag);
-    return attributes_of(wire_of(packet));
+    return attribute_digits_of(wire_of(packet));
 }
 
 std::string framed_at(CodePath path, Bytes data, test::SharedDictionary dictionary = codec_dictionary()) {
     RadiusPacket packet = test::new_packet(std::move(dictionary), ACCESS_REQUEST);
     add_unknown(packet, std::move(path), std::move(data));
-    return attributes_of(wire_of(packet));
+    return attribute_digits_of(wire_of(packet));
 }
 
 /// The attributes that carry what of a value can be carried; the one issue must be its truncation.
@@ -67,7 +67,7 @@ std::string truncated(std::string_view name, Bytes data, std::uint8_t tag = 0) {
     add_value(packet, name, std::move(data), tag);
     const Dumped result = dump(packet);
     EXPECT_EQ(result.issues, (Issues{{"value truncated on the wire", std::string(name), ""}}));
-    return attributes_of(result.wire);
+    return attribute_digits_of(result.wire);
 }
 
 /// Some bytes of `pattern`, as digits.
@@ -127,14 +127,14 @@ TEST(Dump, writes_attributes_in_their_order_and_the_values_of_each_side_by_side)
     packet.add_attribute("Reply-Message", "a");
     packet.add_attribute("NAS-Port", "3");
     packet.add_attribute("Reply-Message", "b");
-    EXPECT_EQ(attributes_of(wire_of(packet)), digits("12 03 61  12 03 62  05 06 00000003"));
+    EXPECT_EQ(attribute_digits_of(wire_of(packet)), digits("12 03 61  12 03 62  05 06 00000003"));
 }
 
 TEST(Dump, writes_nothing_for_an_attribute_without_values) {
     RadiusPacket packet = new_packet();
     packet.add_attribute("NAS-Port", "no number");
     packet.add_attribute("User-Name", "a");
-    EXPECT_EQ(attributes_of(wire_of(packet)), digits("01 03 61"));
+    EXPECT_EQ(attribute_digits_of(wire_of(packet)), digits("01 03 61"));
 }
 
 // ----------------------------------------------------------------------------------------- plain attributes
@@ -183,7 +183,7 @@ TEST(DumpPlain, is_truncated_where_no_dictionary_is_attached_whatever_its_record
     const auto keeps_the_record_alive = packet.dictionary;
     packet.dictionary = nullptr;
     const Dumped result = dump(packet);
-    EXPECT_EQ(attributes_of(result.wire), "4fff" + part(0, 253));
+    EXPECT_EQ(attribute_digits_of(result.wire), "4fff" + part(0, 253));
     EXPECT_EQ(result.issues, (Issues{{"value truncated on the wire", "EAP-Message", ""}}));
 }
 
@@ -273,7 +273,7 @@ std::string framed_pair(bool first_tagged, bool second_tagged) {
     attribute.values.emplace_back(record.type, hex("61"), std::uint8_t{1}, first_tagged);
     attribute.values.emplace_back(record.type, hex("62"), std::uint8_t{2}, second_tagged);
     packet.add_attribute(std::move(attribute));
-    return attributes_of(wire_of(packet));
+    return attribute_digits_of(wire_of(packet));
 }
 
 TEST(DumpTag, is_written_for_all_values_or_none_as_the_first_one_says) {
@@ -344,7 +344,7 @@ TEST(DumpVendorSpecific, never_holds_two_attributes_of_the_vendor) {
     packet.add_attribute("One-Text", "a");
     packet.add_attribute("One-Text", "b");
     packet.add_attribute("One-Number", "5");
-    EXPECT_EQ(attributes_of(wire_of(packet)),
+    EXPECT_EQ(attribute_digits_of(wire_of(packet)),
               digits("1a 09 00000065 01 03 61  1a 09 00000065 01 03 62  1a 0c 00000065 02 06 00000005"));
 }
 
@@ -509,20 +509,21 @@ TEST(DumpLongExtendedVendor, repeats_the_vendor_in_every_fragment) {
 TEST(DumpHidden, hides_a_user_password_with_the_packet_s_authenticator) {
     RadiusPacket packet = new_packet();
     packet.add_attribute("User-Password", "arctangent");
-    EXPECT_EQ(attributes_of(wire_of(packet, secret)), digits("02 12 af2741ea86c71740aa48394cc64b61d7"));
+    EXPECT_EQ(attribute_digits_of(wire_of(packet, secret)), digits("02 12 af2741ea86c71740aa48394cc64b61d7"));
 }
 
 TEST(DumpHidden, sends_everything_in_clear_without_a_secret) {
     RadiusPacket packet = new_packet();
     packet.add_attribute("User-Password", "arctangent");
     packet.add_attribute("Tunnel-Password", "hello");
-    EXPECT_EQ(attributes_of(wire_of(packet)), digits("02 0c 61726374616e67656e74  45 08 00 68656c6c6f"));
+    EXPECT_EQ(attribute_digits_of(wire_of(packet)),
+              digits("02 0c 61726374616e67656e74  45 08 00 68656c6c6f"));
 }
 
 TEST(DumpHidden, hides_an_empty_user_password_in_a_block) {
     RadiusPacket packet = new_packet();
     packet.add_attribute("User-Password", "");
-    EXPECT_EQ(attributes_of(wire_of(packet, secret)), digits("02 12 ce55229ee7a97025c43c394cc64b61d7"));
+    EXPECT_EQ(attribute_digits_of(wire_of(packet, secret)), digits("02 12 ce55229ee7a97025c43c394cc64b61d7"));
 }
 
 TEST(DumpHidden, hides_with_the_random_authenticator_of_an_access_request) {
@@ -537,21 +538,21 @@ TEST(DumpHidden, hides_with_the_random_authenticator_of_an_access_request) {
 TEST(DumpHidden, hides_in_an_accounting_request_with_a_zero_authenticator) {
     RadiusPacket packet = new_packet(ACCOUNTING_REQUEST);
     packet.add_attribute("User-Password", "arctangent");
-    EXPECT_EQ(attributes_of(wire_of(packet, secret)), digits("02 12 7c3fc14b73fe2c4bf6e12cb37f163fb1"));
+    EXPECT_EQ(attribute_digits_of(wire_of(packet, secret)), digits("02 12 7c3fc14b73fe2c4bf6e12cb37f163fb1"));
 }
 
 TEST(DumpHidden, hides_in_a_reply_with_the_request_s_authenticator) {
     RadiusPacket packet = new_packet(ACCESS_ACCEPT);
     packet.request_authenticator = test::authenticator_from("0f403f9473978057bd83d5cb98f4227a");
     packet.add_attribute("User-Password", "arctangent");
-    EXPECT_EQ(attributes_of(wire_of(packet, secret)), digits("02 12 0dbe708d93d413ce3196e43f782a0aee"));
+    EXPECT_EQ(attribute_digits_of(wire_of(packet, secret)), digits("02 12 0dbe708d93d413ce3196e43f782a0aee"));
 }
 
 TEST(DumpHidden, puts_the_tag_of_a_tunnel_password_before_its_salt) {
     RadiusPacket packet = new_packet();
     add_value(packet, "Tunnel-Password", hex("68656c6c6f"), 3);
     const test::FixedRandom random(0x01);
-    EXPECT_EQ(attributes_of(wire_of(packet, secret)),
+    EXPECT_EQ(attribute_digits_of(wire_of(packet, secret)),
               digits("45 15 03 8102 88c70cf8e6657bee559c41491c97da77"));
 }
 
@@ -571,7 +572,7 @@ TEST(DumpHidden, hides_vendor_and_extended_values_before_they_are_framed) {
     packet.add_attribute("One-Hidden", "arctangent");
     packet.add_attribute("Extended-Hidden", "arctangent");
     packet.add_attribute("Long-Hidden", "arctangent");
-    EXPECT_EQ(attributes_of(wire_of(packet, secret)),
+    EXPECT_EQ(attribute_digits_of(wire_of(packet, secret)),
               digits("1a 18 00000065 04 12 af2741ea86c71740aa48394cc64b61d7  f1 13 05 "
                      "af2741ea86c71740aa48394cc64b61d7  f5 14 03 00 af2741ea86c71740aa48394cc64b61d7"));
 }
@@ -601,21 +602,21 @@ TEST(DumpHidden, truncates_a_user_password_that_is_too_long_once_hidden) {
     EXPECT_EQ(result.issues, (Issues{{"value truncated on the wire", "User-Password", ""}}));
     EXPECT_EQ(result.wire.size(), 20 + 255U);
     const Bytes cipher = encrypt_user_password(Bytes(241, 'a'), secret, packet.authenticator);
-    EXPECT_EQ(attributes_of(result.wire), "02ff" + test::hex_part(cipher, 0, 253));
+    EXPECT_EQ(attribute_digits_of(result.wire), "02ff" + test::hex_part(cipher, 0, 253));
 }
 
 TEST(DumpHidden, keeps_a_tagged_number_whole_where_it_is_hidden) {
     RadiusPacket packet = new_packet();
     add_value(packet, "Hidden-Number", hex("01020304"), 5);
     const test::FixedRandom random(0x01);
-    EXPECT_EQ(attributes_of(wire_of(packet, secret)),
+    EXPECT_EQ(attribute_digits_of(wire_of(packet, secret)),
               digits("bf 15 05 8102 89ae6b978e0a7bee559c41491c97da77"));
 }
 
 TEST(DumpHidden, does_not_hide_by_an_unknown_method) {
     RadiusPacket packet = new_packet();
     packet.add_attribute("Unhidden-Octets", "abc");
-    EXPECT_EQ(attributes_of(wire_of(packet, secret)), digits("c0 05 616263"));
+    EXPECT_EQ(attribute_digits_of(wire_of(packet, secret)), digits("c0 05 616263"));
 }
 
 TEST(Dump, fails_without_random_bytes_for_an_authenticator) {
@@ -641,7 +642,7 @@ TEST(DumpMessageAuthenticator, is_18_bytes_whatever_its_value) {
     for (const Bytes& value : {Bytes(), Bytes(16), hex("01"), pattern(16), pattern(20), pattern(300)}) {
         RadiusPacket packet = new_packet();
         add_value(packet, "Message-Authenticator", value);
-        EXPECT_EQ(attributes_of(wire_of(packet)), "5012" + repeat("00", 16));
+        EXPECT_EQ(attribute_digits_of(wire_of(packet)), "5012" + repeat("00", 16));
     }
 }
 
@@ -649,20 +650,20 @@ TEST(DumpMessageAuthenticator, stays_zero_without_a_secret) {
     RadiusPacket packet = new_packet();
     packet.add_attribute("User-Name", "nemo");
     packet.add_attribute("Message-Authenticator", std::string(16, '\0'));
-    EXPECT_EQ(attributes_of(wire_of(packet)), digits("01 06 6e656d6f  50 12") + repeat("00", 16));
+    EXPECT_EQ(attribute_digits_of(wire_of(packet)), digits("01 06 6e656d6f  50 12") + repeat("00", 16));
 }
 
 TEST(DumpMessageAuthenticator, is_never_added_by_the_encoder) {
     RadiusPacket packet = new_packet();
     packet.add_attribute("User-Name", "nemo");
-    EXPECT_EQ(attributes_of(wire_of(packet, secret)), digits("01 06 6e656d6f"));
+    EXPECT_EQ(attribute_digits_of(wire_of(packet, secret)), digits("01 06 6e656d6f"));
 }
 
 TEST(DumpMessageAuthenticator, without_a_value_is_not_written) {
     RadiusPacket packet = new_packet();
     const AttributeMetadata& record = packet.dictionary->attribute_by_name("Message-Authenticator");
     packet.add_attribute(RadiusAttribute(record, record.code, ""));
-    EXPECT_EQ(attributes_of(wire_of(packet, secret)), "");
+    EXPECT_EQ(attribute_digits_of(wire_of(packet, secret)), "");
 }
 
 TEST(DumpMessageAuthenticator, covers_the_whole_access_request_at_its_place_in_the_order) {
@@ -680,7 +681,7 @@ TEST(DumpMessageAuthenticator, is_computed_over_zero_bytes_whatever_its_value) {
     packet.add_attribute("User-Name", "nemo");
     add_value(packet, "Message-Authenticator", pattern(20));
     packet.add_attribute("NAS-Port", "3");
-    EXPECT_EQ(attributes_of(wire_of(packet, secret)),
+    EXPECT_EQ(attribute_digits_of(wire_of(packet, secret)),
               digits("01 06 6e656d6f  50 12 665b847fdaef2c231dbfadb6b8a8d999  05 06 00000003"));
 }
 
@@ -689,7 +690,7 @@ TEST(DumpMessageAuthenticator, is_filled_in_without_a_dictionary) {
     add_unknown(packet, {1}, hex("6e656d6f"));
     add_unknown(packet, {80}, Bytes(16));
     add_unknown(packet, {5}, hex("00000003"));
-    EXPECT_EQ(attributes_of(wire_of(packet, secret)),
+    EXPECT_EQ(attribute_digits_of(wire_of(packet, secret)),
               digits("01 06 6e656d6f  50 12 665b847fdaef2c231dbfadb6b8a8d999  05 06 00000003"));
 }
 
@@ -700,7 +701,7 @@ TEST(DumpMessageAuthenticator, is_filled_in_at_the_last_place_where_there_are_se
     const Bytes wire = wire_of(packet, secret);
     Bytes zeroed = wire;
     std::fill(zeroed.end() - 16, zeroed.end(), std::uint8_t{0});
-    EXPECT_EQ(attributes_of(wire),
+    EXPECT_EQ(attribute_digits_of(wire),
               "5012" + repeat("00", 16) + "5012" + to_hex(test::reference_hmac_md5(secret, {zeroed})));
 }
 

@@ -105,7 +105,7 @@ inline void add_unknown(subscriber::radius::RadiusPacket& packet, subscriber::ra
 }
 
 /// What follows the header of an encoded packet, as digits.
-inline std::string attributes_of(utils::byte_span wire) {
+inline std::string attribute_digits_of(utils::byte_span wire) {
     return to_hex(wire.subspan(20));
 }
 

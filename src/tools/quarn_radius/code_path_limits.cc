@@ -35,8 +35,7 @@ std::string code_path_problem(const radius::CodePath& code, std::size_t vendor_t
             return too_large("vendor type", code[2], most);
         }
         nested_from = 3;
-    } else if (code[0] >= radius::first_extended_type && code[0] <= radius::last_extended_type &&
-               code.size() > 2 && code[1] == radius::VSA_TYPE) {
+    } else if (radius::is_extended_type(code[0]) && code.size() > 2 && code[1] == radius::VSA_TYPE) {
         nested_from = 3;  // after the vendor's number, which fills its 4 bytes
     }
     for (std::size_t i = nested_from; i < code.size(); ++i) {

@@ -161,9 +161,7 @@ ExitStatus import(const ImportOptions& options, bool json, std::ostream& output,
     return failures == 0 ? ExitStatus::Fine : ExitStatus::ProblemsFound;
 }
 
-}  // namespace
-
-ExitStatus run(int argc, const char* const* argv, std::ostream& output, std::ostream& errors) {
+ExitStatus run_command(int argc, const char* const* argv, std::ostream& output, std::ostream& errors) {
     CLI::App program("What goes with authprobe: tools for RADIUS dictionaries.", "quarn-radius");
     program.set_version_flag("--version", "quarn-radius " QUARN_VERSION);
     program.require_subcommand(1);
@@ -229,10 +227,22 @@ ExitStatus run(int argc, const char* const* argv, std::ostream& output, std::ost
     } catch (const std::invalid_argument& error) {
         errors << "quarn-radius: " << error.what() << '\n';
         return ExitStatus::Usage;
-    } catch (const CannotRead& error) {
+    } catch (const FileError& error) {
         errors << "quarn-radius: " << error.what() << '\n';
-        return ExitStatus::CannotRead;
+        return ExitStatus::FileProblem;
     }
+}
+
+}  // namespace
+
+ExitStatus run(int argc, const char* const* argv, std::ostream& output, std::ostream& errors) {
+    const ExitStatus status = run_command(argc, argv, output, errors);
+    // A full disk, say, shows only when what is buffered is written.
+    if (!output.flush()) {
+        errors << "quarn-radius: standard output: cannot write\n";
+        return ExitStatus::FileProblem;
+    }
+    return status;
 }
 
 }  // namespace quarn::companion

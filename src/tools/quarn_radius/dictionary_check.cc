@@ -19,11 +19,13 @@
 #include <vector>
 
 #include "quarn/radius/dictionary.h"
+#include "quarn/radius/hiding.h"
 #include "quarn/radius/wire_format.h"
 #include "quarn/radius/yaml_number.h"
 #include "quarn/tools/quarn_radius/code_path_limits.h"
 #include "quarn/tools/quarn_radius/dictionary_files.h"
 #include "quarn/tools/quarn_radius/nearest_name.h"
+#include "quarn/tools/quarn_radius/value_limits.h"
 #include "quarn/utils/app.h"
 #include "quarn/utils/ascii.h"
 #include "quarn/utils/case_insensitive.h"
@@ -49,9 +51,6 @@ constexpr std::array type_names = std::to_array<std::string_view>(
     {"text",       "integer",  "enum",       "time",     "signed", "integer64", "short",  "byte",
      "ipv4addr",   "ipv6addr", "ipv4prefix", "combo-ip", "ether",  "ifid",      "string", "octets",
      "ipv6prefix", "concat",   "vsa",        "tlv",      "evs",    "extended",  "struct", "long-extended"});
-
-/// The largest number that leaves room for a tag in its first byte (RFC 2868, section 3.1).
-constexpr std::uint32_t max_tagged_number = 0xFFFFFF;
 
 std::string quoted(std::string_view text) {
     return "\"" + std::string(text) + "\"";
@@ -84,10 +83,6 @@ bool is_bytes(ValueType type) {
 
 bool is_container(std::string_view type) {
     return radius::classify_container_kind(type) != ContainerKind::None;
-}
-
-bool is_extended(std::uint32_t type) {
-    return type >= radius::first_extended_type && type <= radius::last_extended_type;
 }
 
 /// The largest number that a value of the type has room for.
@@ -393,7 +388,7 @@ void Checker::check_code_place(const YAML::Node& key, const Definition& definiti
     const std::uint32_t id = file_vendor_->id;
     const bool plain = code.size() >= 2 && code[0] == radius::VSA_TYPE && code[1] == id;
     const bool extended =
-        code.size() >= 3 && is_extended(code[0]) && code[1] == radius::VSA_TYPE && code[2] == id;
+        code.size() >= 3 && radius::is_extended_type(code[0]) && code[1] == radius::VSA_TYPE && code[2] == id;
     if (!plain && !extended) {
         warn(key, definition.name + " at " + radius::radius_code_path_to_string(code) +
                       " is outside of its vendor's 26." + std::to_string(id));
@@ -428,9 +423,11 @@ void Checker::check_encrypt(const YAML::Node& definition, const Definition& attr
     }
     const std::string senseless =
         "'encrypt' makes no sense for " + attribute.name + ", which is of type " + attribute.type;
-    if (*method > 2) {
+    if (!radius::is_hidden(*method)) {
         warn(field->key, "'encrypt' " + std::to_string(*method) + " of " + attribute.name +
-                             " hides nothing: there are the methods 1 and 2");
+                             " hides nothing: there are the methods " +
+                             std::to_string(radius::hidden_as_user_password) + " and " +
+                             std::to_string(radius::hidden_as_tunnel_password));
     } else if (is_container(attribute.type)) {
         warn(field->key, senseless + " and holds other attributes");
     } else if (!is_bytes(radius::classify_value_type(attribute.type))) {
@@ -547,8 +544,8 @@ void Checker::check_nesting() {
     for (const Definition& definition : definitions_) {
         const CodePath& code = definition.code;
         const bool in_vendor = code[0] == radius::VSA_TYPE && code.size() <= 3;
-        const bool in_extended =
-            is_extended(code[0]) && (code.size() == 2 || (code.size() == 3 && code[1] == radius::VSA_TYPE));
+        const bool in_extended = radius::is_extended_type(code[0]) &&
+                                 (code.size() == 2 || (code.size() == 3 && code[1] == radius::VSA_TYPE));
         if (code.size() == 1 || in_vendor) {
             continue;
         }

@@ -26,7 +26,7 @@ struct CheckResult {
 
 /// Checks a file and all that it includes. An error stops the loading or loses an entry; a warning is loaded,
 /// but without an effect or with another one than its author can have meant. What the loader itself reports
-/// is among the problems. Throws `CannotRead` when the file itself cannot be opened.
+/// is among the problems. Throws `FileError` when the file itself cannot be opened.
 CheckResult check_dictionary(const std::string& path);
 
 }  // namespace quarn::companion

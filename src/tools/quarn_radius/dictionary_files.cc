@@ -117,7 +117,7 @@ class TreeReader {
 std::vector<DictionaryFile> read_dictionary_files(const std::string& path, Problems& problems) {
     const std::string file = canonical_path(path);
     if (const std::string failure = open_failure(file); !failure.empty()) {
-        throw CannotRead(path + ": " + failure);
+        throw FileError(path + ": " + failure);
     }
     TreeReader reader(problems);
     reader.read(file);

@@ -24,7 +24,7 @@ struct DictionaryFile {
 ///
 /// Appends to `problems` what the loader fails for (files that cannot be read or parsed, a malformed
 /// "includes") and what it passes over (cycles, further documents in a file); reading goes on after each.
-/// Throws `CannotRead` when the file at `path` itself cannot be opened.
+/// Throws `FileError` when the file at `path` itself cannot be opened.
 std::vector<DictionaryFile> read_dictionary_files(const std::string& path, Problems& problems);
 
 /// The 1-based line on which a node begins.

@@ -11,9 +11,11 @@
 #include <tuple>
 #include <utility>
 
+#include "quarn/radius/hiding.h"
 #include "quarn/radius/value_type.h"
 #include "quarn/radius/wire_format.h"
 #include "quarn/tools/quarn_radius/code_path_limits.h"
+#include "quarn/tools/quarn_radius/value_limits.h"
 #include "quarn/utils/ascii.h"
 #include "quarn/utils/case_insensitive.h"
 #include "quarn/utils/text.h"
@@ -56,9 +58,6 @@ constexpr std::array type_names = std::to_array<std::pair<std::string_view, std:
     {"evs", "evs"},
 });
 
-/// The largest number that leaves room for a tag in its first byte (RFC 2868, section 3.1).
-constexpr std::uint32_t max_tagged_number = 0xFFFFFF;
-
 bool is_bytes(std::string_view type) {
     return type == "text" || type == "octets";
 }
@@ -92,7 +91,15 @@ class Converter {
 
     /// A vendor's number may have been given several names over the years.
     void choose_vendors() {
+        std::vector<TextVendor> sound;
         for (const TextVendor& vendor : source_.vendors) {
+            if (utils::is_well_formed_utf8(vendor.name)) {
+                sound.push_back(vendor);
+            } else {
+                warn(vendor.place, "a vendor is left out: its name is not valid UTF-8");
+            }
+        }
+        for (const TextVendor& vendor : sound) {
             radius::VendorInfo info;
             info.id = vendor.id;
             info.name = vendor.name;
@@ -102,7 +109,7 @@ class Converter {
                                         never);
             vendors_.insert_or_assign(vendor.id, Vendor{info, vendor.place});
         }
-        for (const TextVendor& vendor : source_.vendors) {
+        for (const TextVendor& vendor : sound) {
             const Vendor& kept = vendors_.at(vendor.id);
             if (vendor.name != kept.info.name) {
                 note(vendor.place, "vendor " + vendor.name + " goes by the name " + kept.info.name +
@@ -157,8 +164,8 @@ class Converter {
         }
         // A vendor's own attributes have no definition above them.
         const bool in_vendor = code[0] == radius::VSA_TYPE && code.size() <= 3;
-        const bool is_vendor = code[0] >= radius::first_extended_type && code.size() <= 3 &&
-                               code.size() > 1 && code[1] == radius::VSA_TYPE;
+        const bool is_vendor = radius::is_extended_type(code[0]) && code.size() <= 3 && code.size() > 1 &&
+                               code[1] == radius::VSA_TYPE;
         if (code.size() == 1 || in_vendor || is_vendor) {
             return {};
         }
@@ -178,6 +185,11 @@ class Converter {
         const std::string lower = utils::ascii_lower(attribute.name);
         if (!utils::is_well_formed_utf8(attribute.name)) {
             warn(attribute.place, "an attribute is left out: its name is not valid UTF-8");
+            left_out_.insert(lower);
+            return;
+        }
+        if (attribute.vendor && !vendors_.contains(*attribute.vendor)) {
+            note(attribute.place, attribute.name + " is left out with its vendor");
             left_out_.insert(lower);
             return;
         }
@@ -231,7 +243,7 @@ class Converter {
         } else if (attribute.array && entry.type != "octets") {
             becomes_octets("an array cannot be taken apart");
         }
-        if (attribute.encrypt > 2) {
+        if (attribute.encrypt != 0 && !radius::is_hidden(attribute.encrypt)) {
             entry.encrypt = 0;
             becomes_octets("it is hidden by the unknown method " + std::to_string(attribute.encrypt));
         } else if (attribute.encrypt != 0 && !is_bytes(entry.type)) {
@@ -347,7 +359,7 @@ void write_file(const std::filesystem::path& file, const std::string& text) {
     std::ofstream stream(file, std::ios::binary);
     stream << text;
     if (!stream.flush()) {
-        throw CannotRead(file.string() + ": cannot write");
+        throw FileError(file.string() + ": cannot write");
     }
 }
 
@@ -385,7 +397,7 @@ void keep_vendors(std::vector<DictionaryContent>& contents, const ImportOptions&
     for (const std::string& name : options.vendors) {
         if (std::none_of(contents.begin(), contents.end(),
                          [&](const DictionaryContent& content) { return has_name(content, name); })) {
-            throw CannotRead(options.source + ": has no attributes of a vendor " + name);
+            throw FileError(options.source + ": has no attributes of a vendor " + name);
         }
     }
     std::erase_if(contents, [&](const DictionaryContent& content) {

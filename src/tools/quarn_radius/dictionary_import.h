@@ -19,7 +19,8 @@ namespace quarn::companion {
 /// hidden on the wire become "octets", as do arrays of them and everything of a length or a hiding method of
 /// its own; a text's tag, which many peers leave out, stays part of the text; an integer with values becomes
 /// an "enum". Of two attributes with one name or one code, or two values with one name or one number, the
-/// later is kept, as the format means it.
+/// later is kept, as the format means it. Names that are not well-formed UTF-8 are left out, a vendor's with
+/// all its attributes.
 std::vector<DictionaryContent> convert_text_dictionary(const TextDictionary& source, Problems& problems);
 
 struct ImportOptions {
@@ -37,7 +38,7 @@ struct ImportSummary {
 
 /// Imports a source into a folder: `vendor/<name>.yaml` for each vendor, `standard.yaml` for the attributes
 /// of no vendor, and `dictionary.yaml`, which includes them. The same source gives the same bytes. Throws
-/// `CannotRead` for a source that cannot be read, a wanted vendor that it does not have, and a file that
+/// `FileError` for a source that cannot be read, a wanted vendor that it does not have, and a file that
 /// cannot be written.
 ImportSummary import_dictionary(const ImportOptions& options, Problems& problems);
 

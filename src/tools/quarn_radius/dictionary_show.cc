@@ -10,13 +10,14 @@
 #include <system_error>
 #include <unordered_map>
 
+#include "quarn/radius/hiding.h"
+#include "quarn/tools/quarn_radius/code_text.h"
 #include "quarn/tools/quarn_radius/dictionary_files.h"
 #include "quarn/tools/quarn_radius/json_object.h"
 #include "quarn/tools/quarn_radius/name_pattern.h"
 #include "quarn/tools/quarn_radius/nearest_name.h"
 #include "quarn/utils/ascii.h"
 #include "quarn/utils/case_insensitive.h"
-#include "quarn/utils/text.h"
 
 namespace quarn::companion {
 
@@ -30,26 +31,22 @@ std::optional<std::uint32_t> parse_number(std::string_view text) {
     return status == std::errc{} && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
-/// The code path that a query such as "26.9.1" is, if it is one.
-std::optional<radius::CodePath> parse_code(const std::string& query) {
-    radius::CodePath code;
-    for (const std::string& element : utils::split(query, '.')) {
-        const auto number = parse_number(element);
-        if (!number) {
-            return std::nullopt;
-        }
-        code.push_back(*number);
+/// What a hiding method does, in brackets.
+std::string hiding_text(std::uint32_t encrypt) {
+    switch (encrypt) {
+        case radius::hidden_as_user_password:
+            return " (hidden as User-Password is)";
+        case radius::hidden_as_tunnel_password:
+            return " (hidden as Tunnel-Password is)";
+        default:
+            return " (not hidden)";
     }
-    return code;
 }
 
 std::vector<std::string> flags_of(const radius::AttributeMetadata& metadata) {
     std::vector<std::string> flags;
     if (metadata.encrypt != 0) {
-        flags.push_back("encrypt " + std::to_string(metadata.encrypt) +
-                        (metadata.encrypt == 1   ? " (hidden as User-Password is)"
-                         : metadata.encrypt == 2 ? " (hidden as Tunnel-Password is)"
-                                                 : " (not hidden)"));
+        flags.push_back("encrypt " + std::to_string(metadata.encrypt) + hiding_text(metadata.encrypt));
     }
     if (metadata.has_tag) {
         flags.emplace_back("has_tag (begins with a tag byte)");
@@ -160,7 +157,7 @@ DictionaryCatalogue::DictionaryCatalogue(const std::string& path) {
     try {
         dictionary_.load(path);
     } catch (const std::exception& error) {
-        throw CannotRead(error.what());
+        throw FileError(error.what());
     }
 
     std::unordered_map<std::string, std::size_t, utils::CaseInsensitiveHash, utils::CaseInsensitiveEqual>
@@ -220,7 +217,7 @@ Findings DictionaryCatalogue::find(const std::string& query) const {
                 })};
     }
     std::string name = query;
-    if (const auto code = parse_code(query)) {
+    if (const auto code = parse_code(query, parse_number)) {
         if (const auto& attribute = dictionary_.attribute_by_code(*code); attribute.known) {
             name = attribute.name;
         }

@@ -31,7 +31,7 @@ struct Findings {
 /// A loaded dictionary that remembers where its definitions stand.
 class DictionaryCatalogue {
   public:
-    /// Throws `CannotRead` when the dictionary cannot be loaded.
+    /// Throws `FileError` when the dictionary cannot be loaded.
     explicit DictionaryCatalogue(const std::string& path);
 
     /// Finds, in this order: for "/regex/" every attribute with a part of its name that matches, in any case;

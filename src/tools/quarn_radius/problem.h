@@ -34,8 +34,9 @@ struct Problem {
 
 using Problems = std::vector<Problem>;
 
-/// A file without which nothing can be done. Its text names the file and the reason.
-class CannotRead : public std::runtime_error {
+/// A file that stops the work: it cannot be read or written, or lacks what was asked of it. Its text names
+/// the file and the reason.
+class FileError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };

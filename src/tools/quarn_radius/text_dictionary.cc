@@ -14,6 +14,7 @@
 
 #include "quarn/radius/vendor_info.h"
 #include "quarn/radius/wire_format.h"
+#include "quarn/tools/quarn_radius/code_text.h"
 #include "quarn/utils/case_insensitive.h"
 #include "quarn/utils/text.h"
 
@@ -72,18 +73,6 @@ std::optional<std::uint32_t> parse_number(std::string_view text) {
         return std::nullopt;
     }
     return number;
-}
-
-std::optional<CodePath> parse_code(std::string_view text) {
-    CodePath code;
-    for (const std::string& element : utils::split(text, '.')) {
-        const auto number = parse_number(element);
-        if (!number) {
-            return std::nullopt;
-        }
-        code.push_back(*number);
-    }
-    return code;
 }
 
 class Reader {
@@ -264,13 +253,13 @@ void Reader::enter_extended_space(const std::string& option, Block& block) {
     const std::size_t start = option.find(space_name);
     const std::string number = start == std::string::npos ? "" : option.substr(start + space_name.size());
     const std::uint32_t space = parse_number(number).value_or(0);
-    const std::uint32_t type = radius::first_extended_type + space - 1;
-    if (space == 0 || type > radius::last_extended_type) {
+    constexpr std::uint32_t spaces = radius::last_extended_type - radius::first_extended_type + 1;
+    if (space == 0 || space > spaces) {
         error("unknown option " + option + " of BEGIN-VENDOR " + block.name);
         block.left_out = true;
         return;
     }
-    block.prefix = {type, radius::VSA_TYPE, *block.vendor};
+    block.prefix = {radius::first_extended_type + space - 1, radius::VSA_TYPE, *block.vendor};
     TextAttribute holder;
     holder.name = std::string(space_name) + number + "-" + block.name;
     holder.code = block.prefix;
@@ -331,7 +320,7 @@ void Reader::read_attribute(Words words) {
             }
         }
     }
-    const auto code = parse_code(words[1]);
+    const auto code = parse_code(words[1], parse_number);
     if (!code) {
         error("invalid code " + words[1] + " of ATTRIBUTE " + attribute.name);
         names_left_out_.insert(utils::ascii_lower(attribute.name));
@@ -395,7 +384,7 @@ void Reader::read_value(Words words) {
 TextDictionary read_text_dictionary(const std::string& path, Problems& problems) {
     Reader reader(problems);
     if (!reader.read_file(path)) {
-        throw CannotRead(path + ": cannot read");
+        throw FileError(path + ": cannot read");
     }
     return std::move(reader.result);
 }

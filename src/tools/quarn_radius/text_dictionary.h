@@ -61,7 +61,7 @@ struct TextDictionary {
 };
 
 /// Reads a file and the files that it includes, each once. Appends to `problems` what cannot be understood
-/// (an error) and what the other format cannot express (a warning); both are skipped. Throws `CannotRead`
+/// (an error) and what the other format cannot express (a warning); both are skipped. Throws `FileError`
 /// when the file itself cannot be read.
 TextDictionary read_text_dictionary(const std::string& path, Problems& problems);
 

@@ -13,7 +13,8 @@ TEST(CodePathProblem, IsEmptyForWhatFits) {
     EXPECT_EQ(code_path_problem({26, 8744, 0}, 1), "");
     EXPECT_EQ(code_path_problem({26, 637, 65535, 255}, 2), "");
     EXPECT_EQ(code_path_problem({26, 429, 4294967295}, 4), "");
-    EXPECT_EQ(code_path_problem({245, 26, 64496, 255, 1}, 1), "");
+    EXPECT_EQ(code_path_problem({241, 26, 64496, 255, 1}, 1), "");
+    EXPECT_EQ(code_path_problem({246, 26, 64496, 255, 1}, 1), "");
 }
 
 TEST(CodePathProblem, TellsWhatDoesNotFit) {
@@ -25,6 +26,8 @@ TEST(CodePathProblem, TellsWhatDoesNotFit) {
     EXPECT_EQ(code_path_problem({26, 9, 1, 300}, 1), "type 300 is above 255");
     EXPECT_EQ(code_path_problem({241, 256}, 1), "type 256 is above 255");
     EXPECT_EQ(code_path_problem({241, 26, 64496, 256}, 1), "type 256 is above 255");
+    EXPECT_EQ(code_path_problem({240, 26, 64496}, 1), "type 64496 is above 255");
+    EXPECT_EQ(code_path_problem({247, 26, 64496}, 1), "type 64496 is above 255");
 }
 
 }  // namespace

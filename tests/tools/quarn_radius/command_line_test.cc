@@ -114,11 +114,21 @@ TEST_F(CommandLineTest, EveryWrongCommandLineEndsWith2) {
 
 TEST_F(CommandLineTest, EveryFileThatCannotBeReadEndsWith3) {
     const std::string nowhere = folder_.path() / "nowhere";
-    EXPECT_EQ(run_with({"dictionary", "check", nowhere}), ExitStatus::CannotRead);
+    EXPECT_EQ(run_with({"dictionary", "check", nowhere}), ExitStatus::FileProblem);
     EXPECT_EQ(errors(), "quarn-radius: " + nowhere + ": no such file\n");
-    EXPECT_EQ(run_with({"dictionary", "show", "-d", nowhere, "Class"}), ExitStatus::CannotRead);
-    EXPECT_EQ(run_with({"dictionary", "import", nowhere, "-o", nowhere}), ExitStatus::CannotRead);
+    EXPECT_EQ(run_with({"dictionary", "show", "-d", nowhere, "Class"}), ExitStatus::FileProblem);
+    EXPECT_EQ(run_with({"dictionary", "import", nowhere, "-o", nowhere}), ExitStatus::FileProblem);
     EXPECT_EQ(errors(), "quarn-radius: " + nowhere + ": cannot read\n");
+}
+
+TEST_F(CommandLineTest, EveryOtherFileProblemEndsWith3) {
+    const std::string source = folder_.write("dictionary", "ATTRIBUTE Filter-Id 11 string\n");
+    const std::string target = folder_.path() / "out";
+    EXPECT_EQ(run_with({"dictionary", "import", "--vendor", "Nobody", source, "-o", target}),
+              ExitStatus::FileProblem);
+    EXPECT_EQ(errors(), "quarn-radius: " + source + ": has no attributes of a vendor Nobody\n");
+    EXPECT_EQ(run_with({"dictionary", "import", source, "-o", source}), ExitStatus::FileProblem);
+    EXPECT_EQ(errors(), "quarn-radius: " + source + "/standard.yaml: cannot write\n");
 }
 
 TEST_F(CommandLineTest, EveryHelpEndsWith0AndDocumentsTheExitStatus) {

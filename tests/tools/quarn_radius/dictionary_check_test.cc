@@ -237,7 +237,7 @@ TEST_F(DictionaryCheckTest, CodesAreMeasuredByTheFormatOfTheirVendor) {
 }
 
 TEST_F(DictionaryCheckTest, ThrowsForAFileThatIsNotThere) {
-    EXPECT_THROW(check_dictionary(folder_.path() / "nowhere.yaml"), CannotRead);
+    EXPECT_THROW(check_dictionary(folder_.path() / "nowhere.yaml"), FileError);
 }
 
 }  // namespace

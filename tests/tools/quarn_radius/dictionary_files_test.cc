@@ -75,7 +75,7 @@ TEST_F(DictionaryFilesTest, ARootThatIsNotThereIsThrown) {
     try {
         read(folder_.path() / "nowhere.yaml");
         FAIL() << "a missing file is accepted";
-    } catch (const CannotRead& error) {
+    } catch (const FileError& error) {
         EXPECT_EQ(error.what(), (folder_.path() / "nowhere.yaml").string() + ": no such file");
     }
 }

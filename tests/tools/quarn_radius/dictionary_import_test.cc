@@ -126,6 +126,7 @@ TEST_F(DictionaryImportTest, ShipsHiddenTaggedAndOddAttributesInAFormThatIsListe
                   "ATTRIBUTE Otherwise-Hidden 4 string encrypt=3\n"
                   "ATTRIBUTE Text-Tagged 5 string has_tag\n"
                   "ATTRIBUTE Number-Tagged 6 integer has_tag\nVALUE Number-Tagged Small 1\n"
+                  "VALUE Number-Tagged Largest 0xFFFFFF\n"
                   "VALUE Number-Tagged Large 0x1000000\n"
                   "ATTRIBUTE Password-Tagged 7 string has_tag,encrypt=2\n"
                   "ATTRIBUTE Sized 8 octets[16]\n"
@@ -140,7 +141,7 @@ TEST_F(DictionaryImportTest, ShipsHiddenTaggedAndOddAttributesInAFormThatIsListe
   "Address-Hidden": {"code": "26.64496.3", "type": "octets", "encrypt": 2},
   "Otherwise-Hidden": {"code": "26.64496.4", "type": "octets"},
   "Text-Tagged": {"code": "26.64496.5", "type": "text"},
-  "Number-Tagged": {"code": "26.64496.6", "type": "enum", "has_tag": true, "values": {"Small": 1}},
+  "Number-Tagged": {"code": "26.64496.6", "type": "enum", "has_tag": true, "values": {"Small": 1, "Largest": 16777215}},
   "Password-Tagged": {"code": "26.64496.7", "type": "text", "encrypt": 2, "has_tag": true},
   "Sized": {"code": "26.64496.8", "type": "octets"},
   "Filter": {"code": "26.64496.9", "type": "octets"},
@@ -159,16 +160,16 @@ TEST_F(DictionaryImportTest, ShipsHiddenTaggedAndOddAttributesInAFormThatIsListe
                   "no ipv4addr",
                   "dictionary:7: note: Otherwise-Hidden becomes octets: it is hidden by the unknown method 3",
                   "dictionary:8: note: Text-Tagged loses has_tag: the tag of a text is optional",
-                  "dictionary:11: note: the value Large of Number-Tagged is left out: beside a tag there is "
+                  "dictionary:12: note: the value Large of Number-Tagged is left out: beside a tag there is "
                   "no room for "
                   "its number",
-                  "dictionary:13: note: the length of Sized is dropped: octets[16]",
-                  "dictionary:14: note: Filter becomes octets: there is no type abinary",
-                  "dictionary:15: note: Many becomes octets: an array cannot be taken apart",
-                  "dictionary:17: note: the value One of Small is left out: values of type byte are listed "
+                  "dictionary:14: note: the length of Sized is dropped: octets[16]",
+                  "dictionary:15: note: Filter becomes octets: there is no type abinary",
+                  "dictionary:16: note: Many becomes octets: an array cannot be taken apart",
+                  "dictionary:18: note: the value One of Small is left out: values of type byte are listed "
                   "as they are",
-                  "dictionary:18: note: Joined loses concat: only a plain attribute's bytes are joined",
-                  "dictionary:19: note: Address-Tagged loses has_tag: it is no text and no integer",
+                  "dictionary:19: note: Joined loses concat: only a plain attribute's bytes are joined",
+                  "dictionary:20: note: Address-Tagged loses has_tag: it is no text and no integer",
               }));
 }
 
@@ -215,6 +216,59 @@ TEST_F(DictionaryImportTest, LeavesOutWhatHasNoPlaceInAPacket) {
               }));
 }
 
+// RFC 6929 gives the types 241 to 246 to extended attributes, and no others.
+TEST_F(DictionaryImportTest, LeavesOutVendorAttributesOfTypesThatAreNotExtended) {
+    import(
+        "ATTRIBUTE Below 240.26.9 string\nATTRIBUTE First 241.26.9 string\nATTRIBUTE Last 246.26.9 string\n"
+        "ATTRIBUTE Above 247.26.9 string\nATTRIBUTE Odd 250.26.9 string\n");
+    EXPECT_EQ(reported(), (Lines{
+                              "dictionary:1: warning: Below is left out: nothing is defined at 240.26",
+                              "dictionary:4: warning: Above is left out: nothing is defined at 247.26",
+                              "dictionary:5: warning: Odd is left out: nothing is defined at 250.26",
+                          }));
+    EXPECT_EQ(written("standard.yaml"), R"({
+"$schema": "dictionary.schema.json",
+"attributes": {
+  "First": {"code": "241.26.9", "type": "text"},
+  "Last": {"code": "246.26.9", "type": "text"}
+}
+}
+)");
+    const CheckResult checked = check_dictionary(folder_.path() / "out/dictionary.yaml");
+    EXPECT_EQ(test::lines_of(checked.problems, folder_.path()), Lines{});
+}
+
+TEST_F(DictionaryImportTest, LeavesOutNamesThatAreNotValidUtf8) {
+    const ImportSummary summary = import(
+        "VENDOR Ex\xFF 64497\n"
+        "BEGIN-VENDOR Ex\xFF\nATTRIBUTE Inside 1 integer\nVALUE Inside On 1\nEND-VENDOR Ex\xFF\n"
+        "ATTRIBUTE Old-Style 2 string Ex\xFF\n"
+        "ATTRIBUTE Plain\xFF 3 string\n"
+        "ATTRIBUTE Mode 4 integer\nVALUE Mode On\xFF 1\n");
+    EXPECT_EQ(reported(), (Lines{
+                              "dictionary:1: warning: a vendor is left out: its name is not valid UTF-8",
+                              "dictionary:3: note: Inside is left out with its vendor",
+                              "dictionary:4: note: the value On of Inside is left out with its attribute",
+                              "dictionary:6: note: Old-Style is left out with its vendor",
+                              "dictionary:7: warning: an attribute is left out: its name is not valid UTF-8",
+                              "dictionary:9: warning: a value of Mode is left out: it is not valid UTF-8",
+                          }));
+    EXPECT_EQ(summary.files, (std::vector<std::string>{"standard.yaml", "dictionary.yaml"}));
+    for (const auto& [name, content] : contents_below(folder_.path() / "out")) {
+        EXPECT_EQ(content.find('\xFF'), std::string::npos) << name;
+    }
+}
+
+TEST_F(DictionaryImportTest, KeepsAVendorUnderItsNameInUtf8) {
+    import(
+        "VENDOR Example 64496\nVENDOR Ex\xFF 64496\n"
+        "BEGIN-VENDOR Ex\xFF\nATTRIBUTE Inside 1 string\nEND-VENDOR Ex\xFF\n");
+    EXPECT_EQ(reported(),
+              (Lines{"dictionary:2: warning: a vendor is left out: its name is not valid UTF-8"}));
+    EXPECT_EQ(written("vendor/example.yaml"),
+              vendor_file(R"(  "Inside": {"code": "26.64496.1", "type": "text"})"));
+}
+
 TEST_F(DictionaryImportTest, WritesTheVendorsAskedForOnly) {
     const std::string source =
         "VENDOR A 1\nVENDOR B 2\nATTRIBUTE User-Name 1 string\n"
@@ -224,7 +278,7 @@ TEST_F(DictionaryImportTest, WritesTheVendorsAskedForOnly) {
     try {
         import(source, {"C"});
         FAIL() << "an unknown vendor is accepted";
-    } catch (const CannotRead& error) {
+    } catch (const FileError& error) {
         EXPECT_EQ(error.what(),
                   (folder_.path() / "dictionary").string() + ": has no attributes of a vendor C");
     }
@@ -255,7 +309,7 @@ TEST_F(DictionaryImportTest, GivesTheSameBytesTwiceAndFilesWithoutAProblem) {
 
 TEST_F(DictionaryImportTest, ThrowsWhenItCannotWrite) {
     folder_.write("out", "a file where the folder should be");
-    EXPECT_THROW(import("ATTRIBUTE User-Name 1 string\n"), CannotRead);
+    EXPECT_THROW(import("ATTRIBUTE User-Name 1 string\n"), FileError);
 }
 
 }  // namespace

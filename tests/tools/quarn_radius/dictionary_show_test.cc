@@ -75,6 +75,28 @@ TEST_F(DictionaryShowTest, ShowsTheAttributeAtACode) {
               "  defined   root.yaml:3\n");
 }
 
+TEST_F(DictionaryShowTest, ReadsTheNumbersOfACodeAsDecimal) {
+    for (const char* const query : {"0x4F", "26.0xFBF0.1", "26..1", "26.64496.", "79 "}) {
+        EXPECT_EQ(text(query), "") << query;
+    }
+}
+
+TEST_F(DictionaryShowTest, TellsHowAValueIsHidden) {
+    const std::string root = folder_.write("hiding.yaml",
+                                           "attributes:\n"
+                                           "  Plain: {code: 1, type: text, encrypt: 0}\n"
+                                           "  As-User: {code: 2, type: text, encrypt: 1}\n"
+                                           "  As-Tunnel: {code: 3, type: text, encrypt: 2}\n"
+                                           "  Unknown: {code: 4, type: text, encrypt: 3}\n");
+    const auto shown = [catalogue = DictionaryCatalogue(root)](const std::string& name) {
+        return findings_text(catalogue.find(name));
+    };
+    EXPECT_EQ(shown("Plain").find("encrypt"), std::string::npos);
+    EXPECT_NE(shown("As-User").find("encrypt 1 (hidden as User-Password is)\n"), std::string::npos);
+    EXPECT_NE(shown("As-Tunnel").find("encrypt 2 (hidden as Tunnel-Password is)\n"), std::string::npos);
+    EXPECT_NE(shown("Unknown").find("encrypt 3 (not hidden)\n"), std::string::npos);
+}
+
 TEST_F(DictionaryShowTest, ShowsWhereTheDefinitionThatHoldsStands) {
     EXPECT_EQ(text("Filter-Id"), "Filter-Id\n  code      11\n  type      text\n  defined   root.yaml:5\n");
     EXPECT_EQ(text("Nowhere"), "Nowhere\n  code      none\n  type      text\n  defined   root.yaml:6\n");
@@ -126,8 +148,8 @@ TEST_F(DictionaryShowTest, RefusesABadPattern) {
 }
 
 TEST_F(DictionaryShowTest, ThrowsForADictionaryThatDoesNotLoad) {
-    EXPECT_THROW(DictionaryCatalogue(folder_.path() / "nowhere.yaml"), CannotRead);
-    EXPECT_THROW(DictionaryCatalogue(folder_.write("bad.yaml", "attributes: 1\n")), CannotRead);
+    EXPECT_THROW(DictionaryCatalogue(folder_.path() / "nowhere.yaml"), FileError);
+    EXPECT_THROW(DictionaryCatalogue(folder_.write("bad.yaml", "attributes: 1\n")), FileError);
 }
 
 }  // namespace

@@ -53,5 +53,34 @@ TEST(QuarnRadiusProgram, EndsWith2WithoutACommandAndWith3WithoutAFile) {
     EXPECT_EQ(quarn_radius({"dictionary", "check", "/nonexistent/dictionary.yaml"}).ending, exited_with(3));
 }
 
+TEST(QuarnRadiusProgram, EndsWith3WhenItsOutputCannotBeWritten) {
+    const ScratchFolder folder;
+    const std::string sound = folder.write("sound.yaml", "attributes: {Filter-Id: {code: 11, type: text}}\n");
+    const std::string odd = folder.write("odd.yaml", "attributes:\n  Filter-Id: {code: 11., type: text}\n");
+    const std::string source = folder.write("dictionary", "ATTRIBUTE Filter-Id 11 string secret\n");
+    const std::string target = folder.path() / "out";
+    const std::vector<std::vector<std::string>> commands = {
+        {"--help"},
+        {"--version"},
+        {"dictionary", "check", odd},
+        {"dictionary", "show", "-d", sound, "Filter-Id"},
+        {"dictionary", "import", source, "-o", target},
+    };
+    for (const std::vector<std::string>& command : commands) {
+        std::vector<std::string> arguments = {"-c", "exec \"$0\" \"$@\" >/dev/full", QUARN_RADIUS_PROGRAM};
+        arguments.insert(arguments.end(), command.begin(), command.end());
+        const ProcessResult result = run_process({.program = "/bin/sh", .arguments = arguments});
+        EXPECT_EQ(result.ending, exited_with(3)) << testing::PrintToString(command);
+        EXPECT_TRUE(result.errors.ends_with("quarn-radius: standard output: cannot write\n"))
+            << result.errors;
+    }
+    // Nothing to say, nothing lost.
+    EXPECT_EQ(run_process({.program = "/bin/sh",
+                           .arguments = {"-c", "exec \"$0\" dictionary check \"$1\" >/dev/full",
+                                         QUARN_RADIUS_PROGRAM, sound}})
+                  .ending,
+              exited_with(0));
+}
+
 }  // namespace
 }  // namespace quarn::test

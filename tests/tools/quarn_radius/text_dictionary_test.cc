@@ -86,6 +86,31 @@ TEST_F(TextDictionaryTest, PutsAnExtendedVendorSpaceInFrontOfTheCodesOfItsBlock)
     EXPECT_EQ(read_back.attributes[1].code, (CodePath{245, 26, 64496, 1}));
 }
 
+TEST_F(TextDictionaryTest, KnowsSixExtendedVendorSpaces) {
+    std::string text = "VENDOR Example 64496\n";
+    for (const char* const space : {"1", "6", "0", "7", "4294967040", "4294967295", "4294967296", ""}) {
+        text += std::string("BEGIN-VENDOR Example format=Extended-Vendor-Specific-") + space +
+                "\nEND-VENDOR Example\n";
+    }
+    const TextDictionary read_back = read(text);
+    const std::string unknown = "error: unknown option format=Extended-Vendor-Specific-";
+    const std::string of_vendor = " of BEGIN-VENDOR Example";
+    const std::string added = "-Example is added, to hold the attributes of this block";
+    EXPECT_EQ(reported(), (Lines{
+                              "dictionary:2: note: Extended-Vendor-Specific-1" + added,
+                              "dictionary:4: note: Extended-Vendor-Specific-6" + added,
+                              "dictionary:6: " + unknown + "0" + of_vendor,
+                              "dictionary:8: " + unknown + "7" + of_vendor,
+                              "dictionary:10: " + unknown + "4294967040" + of_vendor,
+                              "dictionary:12: " + unknown + "4294967295" + of_vendor,
+                              "dictionary:14: " + unknown + "4294967296" + of_vendor,
+                              "dictionary:16: " + unknown + of_vendor,
+                          }));
+    ASSERT_EQ(read_back.attributes.size(), 2U);
+    EXPECT_EQ(read_back.attributes[0].code, (CodePath{241, 26, 64496}));
+    EXPECT_EQ(read_back.attributes[1].code, (CodePath{246, 26, 64496}));
+}
+
 TEST_F(TextDictionaryTest, ReadsIncludedFilesOnceAndNextToTheFileThatNamesThem) {
     folder_.write("more/dictionary.a", "ATTRIBUTE A 1 string\n$INCLUDE dictionary.b\n");
     folder_.write("more/dictionary.b", "ATTRIBUTE B 2 string\n$INCLUDE ../dictionary\n");
@@ -160,8 +185,8 @@ TEST_F(TextDictionaryTest, LeavesOutWhatCannotBeExpressed) {
 }
 
 TEST_F(TextDictionaryTest, ThrowsForAFileThatIsNotThere) {
-    EXPECT_THROW(read_text_dictionary(folder_.path() / "nowhere", problems_), CannotRead);
-    EXPECT_THROW(read_text_dictionary(folder_.path(), problems_), CannotRead);
+    EXPECT_THROW(read_text_dictionary(folder_.path() / "nowhere", problems_), FileError);
+    EXPECT_THROW(read_text_dictionary(folder_.path(), problems_), FileError);
 }
 
 }  // namespace
