@@ -53,7 +53,8 @@ constexpr const char* show_help = R"(Show attributes of a dictionary.
 WHAT is one of
   a name       of an attribute, in any case: its whole record
   a code       such as 26.14122.7: the record of the attribute at this place
-  a vendor     by name or number: a list of its attributes
+  a vendor     by name, by number or as in 26.9: a list of its attributes
+               (a number that is an attribute's code shows that attribute)
   /a regex/    a list of the attributes with a matching part in their name, in
                any case (an extended regular expression of POSIX))";
 
@@ -140,8 +141,8 @@ ExitStatus show(const std::string& file, const std::string& query, bool json, st
     const DictionaryCatalogue catalogue(file);
     const Findings findings = catalogue.find(query);
     if (findings.records.empty()) {
-        errors << "quarn-radius: nothing matches \"" << query << '"' << catalogue.suggestion_for(query)
-               << '\n';
+        errors << "quarn-radius: nothing matches \"" << terminal_text(query) << '"'
+               << terminal_text(catalogue.suggestion_for(query)) << '\n';
         return ExitStatus::ProblemsFound;
     }
     output << (json ? findings_json(findings) : findings_text(findings));
@@ -225,10 +226,10 @@ ExitStatus run_command(int argc, const char* const* argv, std::ostream& output, 
         }
         return import(import_options, json, output, errors);
     } catch (const std::invalid_argument& error) {
-        errors << "quarn-radius: " << error.what() << '\n';
+        errors << "quarn-radius: " << terminal_text(error.what()) << '\n';
         return ExitStatus::Usage;
     } catch (const FileError& error) {
-        errors << "quarn-radius: " << error.what() << '\n';
+        errors << "quarn-radius: " << terminal_text(error.what()) << '\n';
         return ExitStatus::FileProblem;
     }
 }

@@ -99,6 +99,19 @@ std::uint32_t largest_value(std::string_view type, bool has_tag) {
     }
 }
 
+/// Whether what stops the loader is among the errors that were found in these files. The loader's text begins
+/// with the name of the file.
+bool is_known_failure(std::string_view text, const std::set<std::string>& faulty_files) {
+    if (std::any_of(faulty_files.begin(), faulty_files.end(),
+                    [text](const std::string& file) { return text.starts_with(file + ": "); })) {
+        return true;
+    }
+    // A file that cannot be opened was reported where it is included.
+    const std::size_t end = text.find(": cannot load: ");
+    return !faulty_files.empty() && end != std::string_view::npos &&
+           !open_failure(std::string(text.substr(0, end))).empty();
+}
+
 class Checker {
   public:
     CheckResult check(const std::string& path);
@@ -361,19 +374,29 @@ std::optional<CodePath> Checker::check_code(const Field& field, const std::strin
         return std::nullopt;
     }
     CodePath path;
+    bool is_cut = false;
     for (const std::string& element : utils::split(*text, '.')) {
         const std::string number = utils::trim(element);
-        if (!is_all_digits(number)) {
+        const bool is_negative = number.starts_with('-');
+        std::string_view digits = number;
+        digits.remove_prefix(is_negative || number.starts_with('+') ? 1 : 0);
+        if (!is_all_digits(digits)) {
             error(field.key, "'code' of " + attribute + " is no valid code path: " + quoted(*text));
             return std::nullopt;
         }
-        std::uint32_t code = 0;
-        const auto [end, status] = std::from_chars(number.data(), number.data() + number.size(), code);
+        // Like the loader: the low 32 bits are kept, and those of a negative number are its complement.
+        std::uint64_t code = 0;
+        const auto [end, status] = std::from_chars(digits.data(), digits.data() + digits.size(), code);
         if (status != std::errc{}) {
             error(field.key, "'code' of " + attribute + " is out of range: " + quoted(*text));
             return std::nullopt;
         }
-        path.push_back(code);
+        path.push_back(static_cast<std::uint32_t>(is_negative ? 0 - code : code));
+        is_cut = is_cut || code > std::numeric_limits<std::uint32_t>::max() || (is_negative && code != 0);
+    }
+    if (is_cut) {
+        warn(field.key, "'code' of " + attribute + " is out of range: " + quoted(*text) + " is read as " +
+                            radius::radius_code_path_to_string(path));
     }
     return path;
 }
@@ -573,10 +596,12 @@ void Checker::check_nesting() {
 /// The loader has the last word about what it takes: what it reports of a line about which nothing was found
 /// here is added in its own words.
 void Checker::add_what_the_loader_says(const std::string& path) {
-    bool has_error = false;
+    std::set<std::string> faulty_files;
     for (const Problem& problem : problems_) {
         known_places_.emplace(problem.file, problem.line);
-        has_error = has_error || problem.severity == Severity::Error;
+        if (problem.severity == Severity::Error) {
+            faulty_files.insert(problem.file);
+        }
     }
     const App::WarningHandler collect([&](std::string_view message, const App::Fields& fields) {
         Problem problem{path, 1, Severity::Error, std::string(message)};
@@ -599,7 +624,7 @@ void Checker::add_what_the_loader_says(const std::string& path) {
     try {
         dictionary.load(path);
     } catch (const std::exception& failure) {
-        if (!has_error) {
+        if (!is_known_failure(failure.what(), faulty_files)) {
             problems_.push_back({path, 1, Severity::Error, failure.what()});
         }
     }

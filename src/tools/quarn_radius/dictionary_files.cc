@@ -17,18 +17,6 @@ std::string canonical_path(const std::filesystem::path& path) {
     return failure ? path.string() : canonical.string();
 }
 
-/// Why the file cannot be opened; empty when it can.
-std::string open_failure(const std::string& file) {
-    std::error_code status;
-    if (!std::filesystem::exists(file, status)) {
-        return "no such file";
-    }
-    if (std::filesystem::is_directory(file, status)) {
-        return "is a directory";
-    }
-    return std::ifstream(file) ? "" : "cannot be opened";
-}
-
 class TreeReader {
   public:
     explicit TreeReader(Problems& problems) : problems_(problems) {}
@@ -122,6 +110,17 @@ std::vector<DictionaryFile> read_dictionary_files(const std::string& path, Probl
     TreeReader reader(problems);
     reader.read(file);
     return std::move(reader.files);
+}
+
+std::string open_failure(const std::string& file) {
+    std::error_code status;
+    if (!std::filesystem::exists(file, status)) {
+        return "no such file";
+    }
+    if (std::filesystem::is_directory(file, status)) {
+        return "is a directory";
+    }
+    return std::ifstream(file) ? "" : "cannot be opened";
 }
 
 std::uint32_t line_of(const YAML::Node& node) {

@@ -27,6 +27,9 @@ struct DictionaryFile {
 /// Throws `FileError` when the file at `path` itself cannot be opened.
 std::vector<DictionaryFile> read_dictionary_files(const std::string& path, Problems& problems);
 
+/// Why the file cannot be opened; empty when it can.
+std::string open_failure(const std::string& file);
+
 /// The 1-based line on which a node begins.
 std::uint32_t line_of(const YAML::Node& node);
 

@@ -11,6 +11,7 @@
 #include <unordered_map>
 
 #include "quarn/radius/hiding.h"
+#include "quarn/radius/wire_format.h"
 #include "quarn/tools/quarn_radius/code_text.h"
 #include "quarn/tools/quarn_radius/dictionary_files.h"
 #include "quarn/tools/quarn_radius/json_object.h"
@@ -71,10 +72,10 @@ std::string short_flags(const radius::AttributeMetadata& metadata) {
 
 std::string record_text(const AttributeRecord& record) {
     const radius::AttributeMetadata& metadata = record.metadata;
-    std::string text = metadata.name + "\n";
+    std::string text = terminal_text(metadata.name) + "\n";
     const auto line = [&text](std::string label, const std::string& content) {
         label.resize(10, ' ');
-        text.append("  ").append(label).append(content).append("\n");
+        text.append("  ").append(label).append(terminal_text(content)).append("\n");
     };
     line("code", metadata.code.empty() ? "none" : radius::radius_code_path_to_string(metadata.code));
     line("type", metadata.type);
@@ -101,8 +102,8 @@ std::string list_text(const std::vector<AttributeRecord>& records) {
     std::size_t type_width = 0;
     for (const AttributeRecord& record : records) {
         code_width = std::max(code_width, radius::radius_code_path_to_string(record.metadata.code).size());
-        name_width = std::max(name_width, record.metadata.name.size());
-        type_width = std::max(type_width, record.metadata.type.size());
+        name_width = std::max(name_width, terminal_text(record.metadata.name).size());
+        type_width = std::max(type_width, terminal_text(record.metadata.type).size());
     }
     std::string text;
     const auto column = [&text](std::string entry, std::size_t width) {
@@ -111,8 +112,8 @@ std::string list_text(const std::vector<AttributeRecord>& records) {
     };
     for (const AttributeRecord& record : records) {
         column(radius::radius_code_path_to_string(record.metadata.code), code_width);
-        column(record.metadata.name, name_width);
-        column(record.metadata.type, type_width);
+        column(terminal_text(record.metadata.name), name_width);
+        column(terminal_text(record.metadata.type), type_width);
         text += short_flags(record.metadata);
         text.erase(text.find_last_not_of(' ') + 1);
         text += '\n';
@@ -217,7 +218,8 @@ Findings DictionaryCatalogue::find(const std::string& query) const {
                 })};
     }
     std::string name = query;
-    if (const auto code = parse_code(query, parse_number)) {
+    const auto code = parse_code(query, parse_number);
+    if (code) {
         if (const auto& attribute = dictionary_.attribute_by_code(*code); attribute.known) {
             name = attribute.name;
         }
@@ -231,6 +233,10 @@ Findings DictionaryCatalogue::find(const std::string& query) const {
     const radius::VendorInfo* vendor = dictionary_.vendor_by_name(query);
     if (const auto number = parse_number(query); vendor == nullptr && number) {
         vendor = dictionary_.vendor_by_id(*number);
+    }
+    // A number alone is an attribute's first of all, so that the vendors of small numbers need this way.
+    if (vendor == nullptr && code && code->size() == 2 && code->front() == radius::VSA_TYPE) {
+        vendor = dictionary_.vendor_by_id(code->back());
     }
     if (vendor == nullptr) {
         return {};

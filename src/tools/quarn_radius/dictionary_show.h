@@ -36,8 +36,8 @@ class DictionaryCatalogue {
 
     /// Finds, in this order: for "/regex/" every attribute with a part of its name that matches, in any case;
     /// for numbers with dots the attribute at this code; the attribute of this name, in any case; the
-    /// attributes of the vendor of this name or number. Throws `std::invalid_argument` for a bad regular
-    /// expression.
+    /// attributes of the vendor of this name or number, or of the number in "26.9". Throws
+    /// `std::invalid_argument` for a bad regular expression.
     Findings find(const std::string& query) const;
 
     /// `, did you mean "Class"?` for a query that found nothing, if something is near.

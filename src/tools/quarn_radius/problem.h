@@ -47,7 +47,12 @@ std::string_view severity_name(Severity severity);
 /// The place as compilers write it, "file:line", so that editors can jump there.
 std::string place_text(const Place& place);
 
-/// "file:line: severity: text", without a line feed.
+/// A text as it may be shown on a terminal: names and values come from files that anyone may have written,
+/// and must neither begin a line of their own nor control the terminal. Control characters, those of ISO 6429
+/// beyond ASCII included, and bytes that are not UTF-8 are written as \n, \r, \t or \x1b.
+std::string terminal_text(std::string_view text);
+
+/// "file:line: severity: text" as `terminal_text`, always a single line, without a line feed.
 std::string problem_line(const Problem& problem);
 
 /// The same as a JSON object on one line.

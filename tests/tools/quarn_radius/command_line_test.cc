@@ -65,6 +65,26 @@ TEST_F(CommandLineTest, ShowEndsWith1WhenNothingMatches) {
     EXPECT_EQ(errors(), "quarn-radius: nothing matches \"filter-if\", did you mean \"Filter-Id\"?\n");
 }
 
+TEST_F(CommandLineTest, NothingFromAFileControlsTheTerminal) {
+    const std::string file = folder_.write("control.yaml", "attributes: {\"Fil\\e[2J\": {code: 11, a: b}}\n");
+    EXPECT_EQ(run_with({"dictionary", "check", file}), ExitStatus::ProblemsFound);
+    EXPECT_EQ(output(), file + ":1: warning: unknown key \"a\" of Fil\\x1b[2J\n");
+    EXPECT_EQ(run_with({"dictionary", "show", "-d", file, "Fil[2J"}), ExitStatus::ProblemsFound);
+    EXPECT_EQ(errors(), "quarn-radius: nothing matches \"Fil[2J\", did you mean \"Fil\\x1b[2J\"?\n");
+    const std::string failing =
+        folder_.write("failing.yaml", "vendor: {id: 1, name: \"V\\n\\e\", format: '1,0'}\n");
+    EXPECT_EQ(run_with({"dictionary", "show", "-d", failing, "V"}), ExitStatus::FileProblem);
+    EXPECT_NE(errors().find("vendor 'V\\n\\x1b'"), std::string::npos) << errors();
+    const std::string source = folder_.write("dictionary", "ATTRIBUTE A\x1b[2J 11 string secret\n");
+    EXPECT_EQ(run_with({"dictionary", "import", source, "-o", folder_.path() / "out"}), ExitStatus::Fine);
+    EXPECT_EQ(output(), source + ":1: note: the flag secret of A\\x1b[2J is dropped\n");
+}
+
+TEST_F(CommandLineTest, ShowHelpTellsHowToNameAVendorOfASmallNumber) {
+    EXPECT_EQ(run_with({"dictionary", "show", "--help"}), ExitStatus::Fine);
+    EXPECT_NE(output().find("as in 26.9"), std::string::npos) << output();
+}
+
 TEST_F(CommandLineTest, ImportEndsWith0WhenEverythingCouldBeUnderstood) {
     const std::string source = folder_.write("dictionary", "ATTRIBUTE Filter-Id 11 string secret\n");
     const std::string target = folder_.path() / "out";

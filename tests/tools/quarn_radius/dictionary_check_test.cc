@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
+#include "quarn/radius/dictionary.h"
 #include "support/scratch_folder.h"
 #include "tools/quarn_radius/problems.h"
 
@@ -93,7 +96,7 @@ attributes:
     code:
     type: text
   No-Code: {type: text}
-  Huge-Code: {code: 26.64496.99999999999, type: text}
+  Huge-Code: {code: 26.64496.99999999999999999999, type: text}
   Large-Code: {code: 26.64496.256, type: text}
   No-Definition:
   Not-A-Map: 12
@@ -156,7 +159,7 @@ attributes:
             "root.yaml:16: error: 'code' of No-Number is no valid code path: \"26.x.1\"",
             "root.yaml:18: error: 'code' of Null-Code is no valid code path: \"null\"",
             "root.yaml:20: warning: No-Code has no 'code'",
-            "root.yaml:21: error: 'code' of Huge-Code is out of range: \"26.64496.99999999999\"",
+            "root.yaml:21: error: 'code' of Huge-Code is out of range: \"26.64496.99999999999999999999\"",
             "root.yaml:22: warning: code 26.64496.256 of Large-Code does not fit: vendor type 256 is above "
             "255",
             "root.yaml:23: warning: No-Definition has no definition",
@@ -234,6 +237,61 @@ TEST_F(DictionaryCheckTest, CodesAreMeasuredByTheFormatOfTheirVendor) {
               "  Wide-Two: {code: 26.1.65536, type: text}\n"),
         (Lines{"root.yaml:4: warning: code 26.1.65536 of Wide-Two does not fit: vendor type 65536 is above "
                "65535"}));
+}
+
+// The loader keeps such an attribute, under the code that is left.
+TEST_F(DictionaryCheckTest, CodesOfMoreThan32BitsAreToldAsWhatTheyAreReadAs) {
+    const std::string root = R"(attributes:
+  Wrapped: {code: "4294967297", type: text}
+  Below: {code: "241.-1", type: text}
+  Far-Below: {code: "-4294967294", type: text}
+  Signed: {code: "+4", type: text}
+  Lost: {code: "18446744073709551616", type: text}
+  Lost-Below: {code: "-18446744073709551616", type: text}
+  Two-Signs: {code: "+-5", type: text}
+  Sign: {code: "-", type: text}
+)";
+    const Lines lines = check(root);
+    const auto tells = [&lines](const std::string& line) {
+        return std::find(lines.begin(), lines.end(), line) != lines.end();
+    };
+    EXPECT_TRUE(
+        tells("root.yaml:2: warning: 'code' of Wrapped is out of range: \"4294967297\" is read as 1"));
+    EXPECT_TRUE(
+        tells("root.yaml:3: warning: 'code' of Below is out of range: \"241.-1\" is read as 241.4294967295"));
+    EXPECT_TRUE(
+        tells("root.yaml:4: warning: 'code' of Far-Below is out of range: \"-4294967294\" is read as 2"));
+    EXPECT_TRUE(tells("root.yaml:6: error: 'code' of Lost is out of range: \"18446744073709551616\""));
+    EXPECT_TRUE(tells("root.yaml:7: error: 'code' of Lost-Below is out of range: \"-18446744073709551616\""));
+    EXPECT_TRUE(tells("root.yaml:8: error: 'code' of Two-Signs is no valid code path: \"+-5\""));
+    EXPECT_TRUE(tells("root.yaml:9: error: 'code' of Sign is no valid code path: \"-\""));
+    EXPECT_TRUE(std::none_of(lines.begin(), lines.end(),
+                             [](const std::string& line) { return line.starts_with("root.yaml:5:"); }));
+
+    subscriber::radius::RadiusDictionary dictionary;
+    dictionary.load(folder_.path() / "root.yaml");
+    EXPECT_EQ(dictionary.attribute_by_code({1}).name, "Wrapped");
+    EXPECT_EQ(dictionary.attribute_by_code({241, 4294967295}).name, "Below");
+    EXPECT_EQ(dictionary.attribute_by_code({2}).name, "Far-Below");
+    EXPECT_EQ(dictionary.attribute_by_code({4}).name, "Signed");
+    for (const char* const lost : {"Lost", "Lost-Below", "Two-Signs", "Sign"}) {
+        EXPECT_FALSE(dictionary.attribute_by_name(lost).known) << lost;
+    }
+}
+
+// The loader takes a null entry for the name "null".
+TEST_F(DictionaryCheckTest, WhatStopsTheLoaderIsToldBesideTheErrorsOfOtherFiles) {
+    folder_.write("null", "attributes: 1\n");
+    EXPECT_EQ(check("includes:\n  - ~\n"),
+              (Lines{"root.yaml:1: error: null: 'attributes' must be a map",
+                     "root.yaml:2: error: 'includes' entry must be a file name"}));
+}
+
+TEST_F(DictionaryCheckTest, WhatStopsTheLoaderIsToldOnce) {
+    folder_.write("map.yaml", "\nattributes: 1\n");
+    EXPECT_EQ(check("includes: [map.yaml]\n"), (Lines{"map.yaml:2: error: 'attributes' must be a map"}));
+    EXPECT_EQ(check("includes:\n  - nowhere.yaml\n"),
+              (Lines{"root.yaml:2: error: cannot load nowhere.yaml: no such file"}));
 }
 
 TEST_F(DictionaryCheckTest, ThrowsForAFileThatIsNotThere) {

@@ -111,6 +111,53 @@ TEST_F(DictionaryShowTest, ListsTheAttributesOfAVendorByCode) {
     EXPECT_EQ(text("64496"), expected);
 }
 
+TEST_F(DictionaryShowTest, ListsTheAttributesOfAVendorWhoseNumberIsAnAttributesToo) {
+    const std::string vendor = folder_.write("small.yaml",
+                                             "vendor: {id: 9, name: Small}\n"
+                                             "attributes: {Small-One: {code: 26.9.1, type: text}}\n");
+    const std::string root = folder_.write("both.yaml",
+                                           "includes: [small.yaml]\n"
+                                           "attributes: {Framed-IP-Netmask: {code: 9, type: ipv4addr}}\n");
+    const DictionaryCatalogue catalogue(root);
+    EXPECT_EQ(catalogue.find("9").records.at(0).metadata.name, "Framed-IP-Netmask");
+    EXPECT_EQ(findings_text(catalogue.find("26.9")), "26.9.1  Small-One  text\n");
+    for (const char* const query : {"26.10", "25.9", "26.9.2"}) {
+        EXPECT_TRUE(catalogue.find(query).records.empty()) << query;
+    }
+}
+
+TEST_F(DictionaryShowTest, AnAttributeAtTheVendorsOwnPlaceComesFirst) {
+    const std::string root = folder_.write("place.yaml",
+                                           "vendor: {id: 9, name: Small}\n"
+                                           "attributes: {All: {code: 26.9, type: vsa}, "
+                                           "One: {code: 26.9.1, type: text}}\n");
+    const Findings findings = DictionaryCatalogue(root).find("26.9");
+    EXPECT_EQ(findings.kind, Findings::Kind::One);
+    ASSERT_EQ(findings.records.size(), 1U);
+    EXPECT_EQ(findings.records[0].metadata.name, "All");
+}
+
+TEST_F(DictionaryShowTest, PrintsControlCharactersAsEscapes) {
+    const std::string root = folder_.write("odd.yaml",
+                                           "vendor: {id: 64496, name: \"V\\e]0;\"}\n"
+                                           "attributes:\n"
+                                           "  \"A\\n\": {code: 26.64496.1, type: \"t\\e\", "
+                                           "values: {\"O\\r\": 1}}\n"
+                                           "  Plain: {code: 26.64496.2, type: text}\n");
+    const DictionaryCatalogue catalogue(root);
+    EXPECT_EQ(findings_text(catalogue.find("26.64496.1")),
+              "A\\n\n"
+              "  code      26.64496.1\n"
+              "  type      t\\x1b\n"
+              "  vendor    V\\x1b]0;, number 64496, format 1,1\n"
+              "  values    O\\r = 1\n"
+              "  defined   " +
+                  root + ":3\n");
+    EXPECT_EQ(findings_text(catalogue.find("64496")),
+              "26.64496.1  A\\n    t\\x1b\n"
+              "26.64496.2  Plain  text\n");
+}
+
 TEST_F(DictionaryShowTest, ListsWhatMatchesAPattern) {
     EXPECT_EQ(text("/^e.*-m/"),
               "26.64496.2  Example-Mode  enum    continuation\n"

@@ -15,8 +15,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The version of Debian's package that the shipped files were made from; NOTICE names it too.
-constexpr const char* source_version = "3.2.1+dfsg-4+deb12u1";
+/// The source is a package that Debian may update: a difference is then to be looked at, not to be hidden.
+constexpr const char* advice =
+    "differs from what the installed freeradius-common gives: re-run scripts/import-dictionaries, review the "
+    "difference, and name the package's version in NOTICE";
 
 std::map<std::string, std::string> contents_below(const fs::path& folder) {
     std::map<std::string, std::string> contents;
@@ -31,12 +33,6 @@ std::map<std::string, std::string> contents_below(const fs::path& folder) {
 }
 
 TEST(ImportDictionaries, WritesTheShippedFilesAnew) {
-    const ProcessResult version =
-        run_process({.program = "/usr/bin/dpkg-query",
-                     .arguments = {"--show", "--showformat=${Version}", "freeradius-common"}});
-    if (version.output != source_version) {
-        GTEST_SKIP() << "freeradius-common " << source_version << " is not installed";
-    }
     const fs::path tree = QUARN_SOURCE_DIR;
     const ScratchFolder folder;
     fs::create_directories(folder.path() / "share/quarn");
@@ -50,10 +46,12 @@ TEST(ImportDictionaries, WritesTheShippedFilesAnew) {
     EXPECT_EQ(result.ending, exited_with(0)) << result.errors;
     const auto shipped = contents_below(tree / "share/quarn/radius");
     const auto written = contents_below(folder.path() / "share/quarn/radius");
-    EXPECT_EQ(written.size(), shipped.size());
     for (const auto& [name, content] : shipped) {
         const auto again = written.find(name);
-        EXPECT_TRUE(again != written.end() && again->second == content) << name;
+        EXPECT_TRUE(again != written.end() && again->second == content) << name << " " << advice;
+    }
+    for (const auto& [name, content] : written) {
+        EXPECT_TRUE(shipped.contains(name)) << name << " " << advice;
     }
 }
 
