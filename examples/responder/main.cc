@@ -92,6 +92,7 @@ int main(int argc, char* argv[]) {
         const auto dictionary = std::make_shared<RadiusDictionary>();
         dictionary->load(argv[1]);
         const responder::Users users = responder::read_users(argv[2]);
+        responder::check_replies(users, dictionary);
         auto port = static_cast<std::uint16_t>(argc == 4 ? std::stoi(argv[3]) : 0);
         const int listener = listen_on_loopback(port);
         std::cout << "listening on 127.0.0.1:" << port << std::endl;

@@ -1,5 +1,6 @@
 #include "reply.h"
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -30,14 +31,32 @@ std::string user_name_of(const RadiusPacket& request) {
 void add_reply_attribute(RadiusPacket& reply, const std::string& name_and_tag, const std::string& value) {
     const std::size_t colon = name_and_tag.find(':');
     const std::string name = name_and_tag.substr(0, colon);
+    const RadiusAttribute* const before = reply.find_attribute(name);
+    const std::size_t had = before == nullptr ? 0 : before->values.size();
     reply.add_attribute(name, value);
+    std::vector<RadiusValue>& values = reply.attribute_map.at(name).values;
+    if (values.size() == had) {  // the library leaves out a malformed number without a word
+        throw std::invalid_argument("invalid value \"" + value + "\" of " + name);
+    }
     if (colon != std::string::npos) {
-        RadiusAttribute& attribute = reply.attribute_map.at(name);
-        attribute.values.back().tag = static_cast<std::uint8_t>(std::stoi(name_and_tag.substr(colon + 1)));
+        values.back().tag = static_cast<std::uint8_t>(std::stoi(name_and_tag.substr(colon + 1)));
+    }
+}
+
+void add_reply_attributes(RadiusPacket& reply, const User& user) {
+    for (const auto& [name, value] : user.reply) {
+        add_reply_attribute(reply, name, value);
     }
 }
 
 }  // namespace
+
+void check_replies(const Users& users, const std::shared_ptr<const RadiusDictionary>& dictionary) {
+    for (const auto& [name, user] : users.by_name) {
+        RadiusPacket reply(dictionary);
+        add_reply_attributes(reply, user);
+    }
+}
 
 std::optional<Bytes> reply_to(quarn::utils::byte_span datagram, const Users& users,
                               const std::shared_ptr<const RadiusDictionary>& dictionary) {
@@ -59,9 +78,7 @@ std::optional<Bytes> reply_to(quarn::utils::byte_span datagram, const Users& use
         reply.add_attribute("Reply-Message", "Unknown user or wrong password");
     } else {
         reply.code = user->challenged ? ACCESS_CHALLENGE : ACCESS_ACCEPT;
-        for (const auto& [name, value] : user->reply) {
-            add_reply_attribute(reply, name, value);
-        }
+        add_reply_attributes(reply, *user);
     }
     std::vector<ParseIssue> unreported;
     return pkt_dump(reply, users.secret, unreported);

@@ -18,7 +18,7 @@ namespace quarn::subscriber::radius {
 
 namespace {
 
-/// yaml-cpp takes no key that is longer than 1024 characters with what surrounds it.
+/// yaml-cpp takes no key whose colon is more than 1024 characters behind its start.
 constexpr std::size_t max_scalar_size = 1000;
 
 /// yaml-cpp refuses what is nested some hundreds deep; a dictionary file needs four levels.
@@ -27,7 +27,10 @@ constexpr std::size_t max_depth = 100;
 /// RapidJSON ends at a NUL, and may read a string's last 16 bytes together with what is behind them.
 constexpr std::size_t padding = 16;
 
-/// The bytes of a file and `padding` NULs behind them; nothing when it cannot be read.
+/// Far beyond any dictionary; a larger file is not worth its memory before a byte of it was looked at.
+constexpr std::streamoff max_file_size = 64 << 20;
+
+/// The bytes of a file and `padding` NULs behind them; nothing when it cannot be read or is too large.
 std::optional<std::vector<char>> read_file(const std::string& file) {
     std::error_code no_file;  // told better by the attempt to load it as YAML
     if (!std::filesystem::is_regular_file(file, no_file)) {
@@ -35,7 +38,7 @@ std::optional<std::vector<char>> read_file(const std::string& file) {
     }
     std::ifstream stream(file, std::ios::binary | std::ios::ate);
     const std::streamoff size = stream.tellg();
-    if (!stream || size < 0) {
+    if (!stream || size < 0 || size > max_file_size) {
         return std::nullopt;
     }
     std::vector<char> text(static_cast<std::size_t>(size) + padding);
@@ -108,8 +111,7 @@ class JsonDocument::Builder {
         append(key, line_, false);
         expected_ = expected_under(open_maps_.back().kind, key);
         vendor_has_id_ |= open_maps_.back().kind == Expected::Vendor && key == "id";
-        return length <= max_scalar_size && expected_ != Expected::Nothing &&
-               is_followed_on_its_line(text + length + 1);  // behind its closing quote
+        return expected_ != Expected::Nothing && is_followed_on_its_line(key);
     }
 
     bool String(const char* text, rapidjson::SizeType length, bool) { return scalar({text, length}, false); }
@@ -164,11 +166,12 @@ class JsonDocument::Builder {
 
     /// Whether a key's colon, and the vendor's map, stand on the line of the key: yaml-cpp wants the one
     /// there, and the other would have a line of its own to report.
-    bool is_followed_on_its_line(const char* rest) const {
+    bool is_followed_on_its_line(std::string_view key) const {
+        const char* rest = key.data() + key.size() + 1;  // behind the closing quote
         while (*rest == ' ') {
             ++rest;
         }
-        if (*rest != ':') {
+        if (*rest != ':' || rest - key.data() > static_cast<std::ptrdiff_t>(max_scalar_size)) {
             return false;
         }
         do {

@@ -23,10 +23,14 @@ namespace quarn::subscriber::radius {
 ///
 /// With an empty secret nothing is hidden, filled in or computed.
 ///
-/// A value that its attribute cannot carry whole is truncated, and the issue "value truncated on the wire"
-/// with the attribute's name appended to `issues`, which is not cleared first. A packet longer than 65535
-/// bytes is not refused; its Length field keeps the low 16 bits. Throws `std::runtime_error` when random
-/// bytes are needed and there are none.
+/// A value too long for one attribute is split where the reader can join it again: continuation,
+/// long-extended, `concat`. It is also split, and read back as several values, in a Vendor-Specific attribute
+/// without continuation and in a short extended one; these formats know no other way.
+///
+/// Any other value that its attribute cannot carry whole is truncated, and the issue "value truncated on the
+/// wire" with the attribute's name appended to `issues`, which is not cleared first. A packet longer than
+/// 65535 bytes is not refused; its Length field keeps the low 16 bits. Throws `std::runtime_error` when
+/// random bytes are needed and there are none.
 Bytes pkt_dump(const RadiusPacket& packet, std::string_view secret, std::vector<ParseIssue>& issues);
 
 }  // namespace quarn::subscriber::radius

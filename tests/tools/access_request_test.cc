@@ -210,6 +210,15 @@ TEST(AccessRequestTest, ProvesAChapPasswordOverItsOwnAuthenticator) {
               test::joined({identifier, {digest.begin(), digest.end()}}));
 }
 
+TEST(AccessRequestTest, ProvesAChapPasswordAnewInEveryRun) {
+    const utils::Bytes first = test::value_of(build(settings_with_password("chap")).datagram, 3);
+    const utils::Bytes second = test::value_of(build(settings_with_password("chap")).datagram, 3);
+    ASSERT_EQ(first.size(), 17U);
+    ASSERT_EQ(second.size(), 17U);
+    EXPECT_EQ(first.front(), second.front());  // the process is the same, and so is the Identifier
+    EXPECT_NE(first, second);
+}
+
 TEST(AccessRequestTest, LeavesTheMessageAuthenticatorOutWhenToldSo) {
     ClientSettings settings = settings_with_password("pap");
     settings.no_message_auth = true;
