@@ -7,6 +7,7 @@
 #include <fstream>
 #include <memory>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -123,10 +124,11 @@ void encode(benchmark::State& state, const RadiusPacket& packet) {
     }
 }
 
-void decode(benchmark::State& state, const Bytes& datagram, bool validated) {
+void decode(benchmark::State& state, const Bytes& datagram, bool validated,
+            const std::shared_ptr<const RadiusDictionary>& shared = dictionary()) {
     const Authenticator request_authenticator = request().authenticator;
     measure(state, [&] {
-        RadiusPacket packet(dictionary());
+        RadiusPacket packet(shared);
         benchmark::DoNotOptimize(pkt_load(packet, datagram.data(), datagram.size(), secret));
         if (validated) {
             packet.request_authenticator = request_authenticator;
@@ -213,6 +215,58 @@ void set_anew(benchmark::State& state, std::size_t count) {
     });
 }
 
+/// An attribute for each way of framing a value, with a value that says as much as the others do.
+struct Kind {
+    const char* name;
+    const char* attribute;
+    std::string value;
+};
+
+const std::vector<Kind>& kinds() {
+    static const std::vector<Kind> all = {
+        {"plain", "Reply-Message", "12345678"},
+        {"tlv", "IPv6-6rd-IPv4MaskLen", "24"},
+        {"vendor", "Cisco-AVPair", "12345678"},
+        {"wide_vendor", "SN-VPN-Name", "12345678"},
+        {"vendor_continuation", "WiMAX-AAA-Session-Id", "12345678"},
+        {"vendor_tlv", "WiMAX-Release", "12345678"},
+        {"extended", "Proxy-State-Length", "12345678"},
+        {"extended_tlv", "IP-Port-Local-Id", "12345678"},
+        {"long_extended", "SAML-Assertion", "12345678"},
+        {"long_extended_fragments", "SAML-Assertion", std::string(600, 'x')},
+        {"concat", "EAP-Message", std::string(600, 'x')},
+        {"tagged", "Tunnel-Private-Group-Id", "12345678"},
+        {"hidden", "Tunnel-Password", "12345678"},
+    };
+    return all;
+}
+
+/// An Access-Accept with four values of one attribute.
+RadiusPacket packet_of(const Kind& kind) {
+    static const auto full_dictionary = [] {
+        auto loaded = std::make_shared<RadiusDictionary>();
+        loaded->load(QUARN_SOURCE_DIR "/share/quarn/radius/full.yaml");
+        return loaded;
+    }();
+    RadiusPacket packet(full_dictionary);
+    packet.code = ACCESS_ACCEPT;
+    for (int i = 0; i < 4; ++i) {
+        packet.add_attribute(kind.attribute, kind.value);
+    }
+    if (packet.attributes().front()->values.size() != 4) {
+        throw std::logic_error(std::string(kind.attribute) + " does not take its value");
+    }
+    return packet;
+}
+
+/// The least that taking a datagram over can cost.
+void copy(benchmark::State& state, const Bytes& datagram) {
+    measure(state, [&] {
+        Bytes taken(datagram);
+        benchmark::DoNotOptimize(taken.data());
+    });
+}
+
 template <typename Function>
 void add(std::string name, const std::string& size, Function function) {
     benchmark::RegisterBenchmark(name.append(size).c_str(), function)->Repetitions(5);
@@ -233,7 +287,7 @@ const bool registered = [] {
         const auto size = static_cast<std::size_t>(count);
         add("Encode/attributes/", suffix, [size](auto& state) { encode(state, packet_of(size)); });
         add("Decode/attributes/", suffix,
-            [size](auto& state) { decode(state, encoded(packet_of(size)), false); });
+            [size](auto& state) { decode(state, encoded(packet_of(size)), false, wide_dictionary()); });
         add("Decode/one_name/", suffix, [size](auto& state) {
             decode(state,
                    datagram_of(size, [](Bytes& bytes, std::size_t) { append_attribute(bytes, 18, 8); }),
@@ -251,6 +305,14 @@ const bool registered = [] {
         decode(state, datagram_of(16, [](Bytes& bytes, std::size_t) { append_attribute(bytes, 18, 252); }),
                false);
     });
+    for (const Kind& kind : kinds()) {
+        add("Encode/kind/", kind.name, [kind](auto& state) { encode(state, packet_of(kind)); });
+        add("Decode/kind/", kind.name, [kind](auto& state) {
+            const RadiusPacket packet = packet_of(kind);
+            decode(state, encoded(packet), false, packet.dictionary);
+        });
+        add("Copy/kind/", kind.name, [kind](auto& state) { copy(state, encoded(packet_of(kind))); });
+    }
     return true;
 }();
 

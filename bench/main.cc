@@ -1,5 +1,5 @@
 // Runs every benchmark and prints what matters: ratios of figures of this one run. For the figures themselves
-// as JSON, pass --benchmark_out=FILE.
+// as JSON, pass --benchmark_out=FILE; --help tells the other options.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

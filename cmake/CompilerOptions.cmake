@@ -12,13 +12,34 @@ target_compile_options(quarn_compiler_options INTERFACE
 
 if(QUARN_SANITIZE)
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-    target_compile_options(quarn_compiler_options INTERFACE ${sanitizers})
+    target_compile_options(quarn_compiler_options INTERFACE ${sanitizers}
+        $<$<CXX_COMPILER_ID:Clang>:-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/sanitizer-ignorelist.txt>)
     target_link_options(quarn_compiler_options INTERFACE ${sanitizers})
 else()
     # Hardening. _FORTIFY_SOURCE needs optimisation, and sanitizers bring checks of their own.
     target_compile_options(quarn_compiler_options INTERFACE
         -fstack-protector-strong $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
     target_link_options(quarn_compiler_options INTERFACE -Wl,-z,relro,-z,now)
+endif()
+
+# What tells libFuzzer which code an input reached, and checks of the standard library's own beside.
+if(QUARN_BUILD_FUZZERS)
+    target_compile_options(quarn_compiler_options INTERFACE -fsanitize=fuzzer-no-link -D_GLIBCXX_ASSERTIONS)
+endif()
+
+# Stricter than the standard: unsigned numbers that wrap and conversions that lose a bit or a sign are reported too.
+if(QUARN_SANITIZE_INTEGERS)
+    set(sanitizers -fsanitize=undefined,integer,nullability,bounds -fno-sanitize-recover=all)
+    target_compile_options(quarn_compiler_options INTERFACE ${sanitizers}
+        -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/sanitizer-ignorelist.txt
+        -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/integer-sanitizer-ignorelist.txt)
+    target_link_options(quarn_compiler_options INTERFACE ${sanitizers})
+endif()
+
+# Counters beside each object, added up over all processes that ran it.
+if(QUARN_COVERAGE)
+    target_compile_options(quarn_compiler_options INTERFACE --coverage -fprofile-abs-path -fprofile-update=atomic)
+    target_link_options(quarn_compiler_options INTERFACE --coverage)
 endif()
 
 include(CheckPIESupported)

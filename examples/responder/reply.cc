@@ -34,7 +34,7 @@ void add_reply_attribute(RadiusPacket& reply, const std::string& name_and_tag, c
     const RadiusAttribute* const before = reply.find_attribute(name);
     const std::size_t had = before == nullptr ? 0 : before->values.size();
     reply.add_attribute(name, value);
-    std::vector<RadiusValue>& values = reply.attribute_map.at(name).values;
+    auto& values = reply.attribute_map.at(name).values;
     if (values.size() == had) {  // the library leaves out a malformed number without a word
         throw std::invalid_argument("invalid value \"" + value + "\" of " + name);
     }

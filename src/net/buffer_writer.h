@@ -32,8 +32,8 @@ class BufferWriter {
 
     /// The low `width` bytes of a number in network order; width is 1 to 4.
     void append_uint(std::uint32_t number, std::size_t width) {
-        for (std::size_t i = width; i-- > 0;) {
-            append_u8(static_cast<std::uint8_t>(number >> (8 * i)));
+        for (std::size_t left = width; left > 0; --left) {
+            append_u8(static_cast<std::uint8_t>(number >> (8 * (left - 1))));
         }
     }
 

@@ -11,7 +11,11 @@ std::string attribute_key(const CodePath& code_path, std::string_view name) {
 RadiusAttribute::RadiusAttribute(const AttributeMetadata& record, CodePath path, std::string given_name)
     : metadata(&record),
       code_path(std::move(path)),
-      name(record.known ? std::string() : attribute_key(code_path, given_name)) {}
+      name(record.known ? std::string() : std::move(given_name)) {
+    if (name.empty() && !record.known) {
+        name = attribute_key(code_path, "");
+    }
+}
 
 const std::string& RadiusAttribute::display_name() const {
     return metadata->known ? metadata->name : name;

@@ -8,6 +8,7 @@
 #include "quarn/radius/attribute_metadata.h"
 #include "quarn/radius/code_path.h"
 #include "quarn/radius/value.h"
+#include "quarn/utils/small_vector.h"
 
 namespace quarn::subscriber::radius {
 
@@ -30,7 +31,7 @@ struct RadiusAttribute {
     CodePath code_path;                 ///< for a decoded unknown attribute, the path found on the wire
     std::string
         name;  ///< empty when `metadata` is known; otherwise the given name, else "attr-" and the path
-    std::vector<RadiusValue> values;  ///< in the order in which they were added
+    utils::SmallVector<RadiusValue, 1> values;  ///< in the order in which they were added
 };
 
 }  // namespace quarn::subscriber::radius

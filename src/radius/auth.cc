@@ -8,6 +8,7 @@
 #include <span>
 
 #include "quarn/radius/bytes.h"
+#include "quarn/radius/cleanse.h"
 #include "quarn/radius/openssl_handles.h"
 
 namespace quarn::subscriber::radius::auth {
@@ -39,6 +40,7 @@ void digest_into(std::span<std::uint8_t> result, const EVP_MD* algorithm,
         return;
     }
     std::array<std::uint8_t, EVP_MAX_MD_SIZE> digest{};
+    const WipedAtEnd wipe_digest(digest);
     for (const byte_span part : parts) {
         EVP_DigestUpdate(context.get(), part.data(), part.size());
     }
@@ -68,13 +70,21 @@ void des_encrypt(std::span<std::uint8_t, des_block_size> result,
     if (!context) {
         throw std::bad_alloc();
     }
-    const auto key = des_key(key_bits);
+    auto key = des_key(key_bits);
+    const WipedAtEnd wipe_key(key);
     if (EVP_EncryptInit_ex(context.get(), des.get(), nullptr, key.data(), nullptr) != 1) {
         return;
     }
     EVP_CIPHER_CTX_set_padding(context.get(), 0);
     int length = 0;
     EVP_EncryptUpdate(context.get(), result.data(), &length, block.data(), static_cast<int>(block.size()));
+}
+
+/// What proves knowledge of the password. Its NT hash would serve an attacker as well as itself.
+ChallengeResponse nt_response(const MsChapChallenge& challenge, std::string_view password) {
+    NtPasswordHash hash = nt_password_hash(password);
+    const WipedAtEnd wipe_hash(hash);
+    return challenge_response(challenge, hash);
 }
 
 std::string put_at(std::string value, std::size_t offset, byte_span bytes) {
@@ -90,19 +100,21 @@ std::string chap_password(std::uint8_t identifier, std::string_view password, st
 }
 
 NtPasswordHash nt_password_hash(std::string_view password) {
-    std::string widened;
+    Bytes widened;
     widened.reserve(2 * password.size());
-    for (const char byte : password) {
-        widened += {byte, '\0'};
+    for (const std::uint8_t byte : utils::as_bytes(password)) {
+        widened.insert(widened.end(), {byte, 0});
     }
+    const WipedAtEnd wipe_widened(widened);
     NtPasswordHash hash{};
     const DigestAlgorithm md4(EVP_MD_fetch(nullptr, "MD4", nullptr));
-    digest_into(hash, md4.get(), {utils::as_bytes(widened)});
+    digest_into(hash, md4.get(), {widened});
     return hash;
 }
 
 ChallengeResponse challenge_response(const MsChapChallenge& challenge, const NtPasswordHash& hash) {
     std::array<std::uint8_t, 3 * des_key_bits_size> keys{};
+    const WipedAtEnd wipe_keys(keys);
     std::copy(hash.begin(), hash.end(), keys.begin());
 
     ChallengeResponse response{};
@@ -119,8 +131,7 @@ std::string mschap_response(std::uint8_t identifier, std::string_view password,
     std::string value(response_size, '\0');
     value[0] = static_cast<char>(identifier);
     value[flags_offset] = use_nt_response;
-    return put_at(std::move(value), nt_response_offset,
-                  challenge_response(challenge, nt_password_hash(password)));
+    return put_at(std::move(value), nt_response_offset, nt_response(challenge, password));
 }
 
 std::string mschapv2_response(std::uint8_t identifier, std::string_view user_name, std::string_view password,
@@ -133,8 +144,7 @@ std::string mschapv2_response(std::uint8_t identifier, std::string_view user_nam
     std::string value(response_size, '\0');
     value[0] = static_cast<char>(identifier);
     value = put_at(std::move(value), peer_challenge_offset, peer_challenge);
-    return put_at(std::move(value), nt_response_offset,
-                  challenge_response(challenge_hash, nt_password_hash(password)));
+    return put_at(std::move(value), nt_response_offset, nt_response(challenge_hash, password));
 }
 
 }  // namespace quarn::subscriber::radius::auth

@@ -16,11 +16,15 @@ std::string radius_code_path_to_string(const CodePath& path) {
 }
 
 std::size_t CodePathHash::operator()(const CodePath& path) const {
-    std::uint64_t hash = utils::fnv_start;
+    std::size_t hash = utils::fnv_start;
     for (const std::uint32_t code : path) {
-        hash = (hash ^ code) * utils::fnv_prime;
+        hash = extended(hash, code);
     }
     return hash;
+}
+
+std::size_t CodePathHash::extended(std::size_t hash, std::uint32_t code) {
+    return (hash ^ code) * utils::fnv_prime;
 }
 
 }  // namespace quarn::subscriber::radius

@@ -4,17 +4,20 @@
 
 namespace quarn::subscriber::radius {
 
-ContainerKind top_level_container(const RadiusDictionary* dictionary, std::uint32_t type) {
-    if (dictionary != nullptr) {
-        const AttributeMetadata& record = dictionary->top_level_attribute(type);
-        if (record.known) {
-            return record.kind;
-        }
+ContainerKind container_of_top_level(const AttributeMetadata& record, std::uint32_t type) {
+    if (record.known) {
+        return record.kind;
     }
     if (type == VSA_TYPE) {
         return ContainerKind::Vsa;
     }
     return is_extended_type(type) ? ContainerKind::Extended : ContainerKind::None;
+}
+
+ContainerKind top_level_container(const RadiusDictionary* dictionary, std::uint32_t type) {
+    return container_of_top_level(dictionary != nullptr ? dictionary->top_level_attribute(type)
+                                                        : RadiusDictionary::unknown_definition(),
+                                  type);
 }
 
 const VendorInfo& vendor_format(const RadiusDictionary* dictionary, std::uint32_t vendor_id) {

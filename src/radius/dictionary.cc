@@ -1,6 +1,7 @@
 #include "quarn/radius/dictionary.h"
 
 #include "quarn/utils/app.h"
+#include "quarn/utils/ascii.h"
 
 namespace quarn::subscriber::radius {
 
@@ -36,12 +37,20 @@ const AttributeMetadata& RadiusDictionary::attribute_by_name(std::string_view na
 }
 
 const AttributeMetadata& RadiusDictionary::attribute_by_code(const CodePath& code) const {
-    const auto record = attributes_by_code_.find(code);
+    return attribute_by_code(code, CodePathHash{}(code));
+}
+
+const AttributeMetadata& RadiusDictionary::attribute_by_code(const CodePath& code, std::size_t hash) const {
+    const auto record = attributes_by_code_.find(HashedPath{code, hash});
     return record != attributes_by_code_.end() ? **record : unknown_definition();
 }
 
 const AttributeMetadata& RadiusDictionary::top_level_attribute(std::uint32_t type) const {
-    return known_or_unknown(find_entry(top_level_attributes_, type));
+    if (type >= top_level_attributes_.size()) {
+        return attribute_by_code({type});
+    }
+    const AttributeMetadata* const record = top_level_attributes_[type];
+    return record != nullptr ? *record : unknown_definition();
 }
 
 const VendorInfo* RadiusDictionary::vendor_by_name(std::string_view name) const {
@@ -66,8 +75,11 @@ std::optional<std::string> RadiusDictionary::enum_name(std::string_view attribut
 
 std::optional<std::string> RadiusDictionary::enum_name_lower(std::string_view attribute_name,
                                                              std::uint32_t number) const {
-    const EnumTable* const values = find_entry(enum_values_, attribute_name);
-    return values != nullptr ? copied(values->lower_name_of(number)) : std::nullopt;
+    std::optional<std::string> name = enum_name(attribute_name, number);
+    if (name) {
+        *name = utils::ascii_lower(*name);
+    }
+    return name;
 }
 
 const AttributeMetadata& RadiusDictionary::unknown_definition() {

@@ -6,6 +6,7 @@
 //     dictionary->enum_value("Framed-Protocol", "ppp");          // 1
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -20,10 +21,6 @@
 #include "quarn/radius/enum_table.h"
 #include "quarn/radius/vendor_info.h"
 #include "quarn/utils/case_insensitive.h"
-
-namespace YAML {
-class Node;
-}
 
 namespace quarn::subscriber::radius {
 
@@ -63,6 +60,9 @@ class RadiusDictionary {
     /// The attribute at exactly this code path, or the unknown record.
     const AttributeMetadata& attribute_by_code(const CodePath& code) const;
 
+    /// The same for a path whose `CodePathHash` is known already.
+    const AttributeMetadata& attribute_by_code(const CodePath& code, std::size_t hash) const;
+
     /// The attribute whose code path is this top-level type alone, or the unknown record.
     const AttributeMetadata& top_level_attribute(std::uint32_t type) const;
 
@@ -85,23 +85,28 @@ class RadiusDictionary {
     static const AttributeMetadata& unknown_definition();
 
   private:
+    struct HashedPath {
+        const CodePath& path;
+        std::size_t hash;
+    };
+
     /// Finds a record by its own code path.
     struct CodeOf {
         using is_transparent = void;
 
         static const CodePath& code(const AttributeMetadata* record) { return record->code; }
-        static const CodePath& code(const CodePath& path) { return path; }
+        static const CodePath& code(const HashedPath& key) { return key.path; }
 
-        std::size_t operator()(const auto& key) const { return CodePathHash{}(code(key)); }
+        std::size_t operator()(const AttributeMetadata* record) const { return CodePathHash{}(record->code); }
+        std::size_t operator()(const HashedPath& key) const { return key.hash; }
         bool operator()(const auto& left, const auto& right) const { return code(left) == code(right); }
     };
 
     template <typename Key, typename Value>
     using NameIndex = std::unordered_map<Key, Value, utils::CaseInsensitiveHash, utils::CaseInsensitiveEqual>;
-    using VisitedFiles = std::unordered_map<std::string, bool>;
+    using VisitedFiles = std::unordered_set<std::string>;
 
     void _load_file(const std::string& path, VisitedFiles& visited);
-    void _load_includes(const std::string& file, const YAML::Node& root, VisitedFiles& visited);
 
     // `Node` is what the file was read into: the rules are the same for each reader.
     template <typename Node>
@@ -112,7 +117,7 @@ class RadiusDictionary {
     void _load_attributes(const std::string& file, const Node& root, const std::optional<VendorInfo>& vendor);
     const AttributeMetadata& _store(AttributeMetadata&& metadata);
     template <typename Node>
-    void _load_values(const std::string& file, const std::string& attribute_name, const Node& definition);
+    void _load_values(const std::string& file, const std::string& attribute_name, const Node& values);
 
     void _validate_nesting() const;
 
@@ -122,8 +127,9 @@ class RadiusDictionary {
 
     NameIndex<std::string_view, const AttributeMetadata*> attributes_by_name_;
     std::unordered_set<const AttributeMetadata*, CodeOf, CodeOf> attributes_by_code_;
-    std::unordered_map<std::uint32_t, const AttributeMetadata*> top_level_attributes_;
+    std::array<const AttributeMetadata*, 256> top_level_attributes_{};  // the types that the wire can carry
     NameIndex<std::string_view, EnumTable> enum_values_;
+    std::size_t value_count_ = 0;  // all that were added, those replaced since included
     NameIndex<std::string, VendorInfo> vendors_by_name_;
     std::unordered_map<std::uint32_t, VendorInfo> vendors_by_id_;
     std::vector<AttributeSource> sources_;

@@ -15,10 +15,14 @@
 //           Auto: 0x10
 #include <yaml-cpp/yaml.h>
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <new>
 #include <stdexcept>
 #include <system_error>
+#include <unordered_set>
+#include <utility>
 
 #include "quarn/radius/dictionary.h"
 #include "quarn/radius/json_document.h"
@@ -29,6 +33,10 @@
 namespace quarn::subscriber::radius {
 
 namespace {
+
+/// Far more than all known dictionaries have together. A YAML alias repeats thousands of values in a word or
+/// two: without a limit a short file could use up the memory.
+constexpr std::size_t max_values = 200'000;
 
 [[noreturn]] void fail(const std::string& file, const std::string& problem) {
     throw std::runtime_error(file + ": " + problem);
@@ -71,7 +79,7 @@ std::optional<Node> find_block(const Node& parent, const char* key) {
 /// The map under `key`; nothing when it is absent or null, a failure when it is anything else.
 template <typename Node>
 std::optional<Node> find_map(const std::string& file, const Node& parent, const char* key) {
-    const std::optional<Node> block = find_block(parent, key);
+    std::optional<Node> block = find_block(parent, key);
     if (block && !block->IsMap()) {
         fail(file, std::string("'") + key + "' must be a map");
     }
@@ -94,13 +102,15 @@ std::uint32_t parse_code(std::string_view element) {
         status == std::errc{} && stop == end) {
         return static_cast<std::uint32_t>(code);
     }
-    if (element.empty()) {
+    const std::string trimmed = utils::trim(std::string(element));
+    if (trimmed.empty()) {
         throw std::invalid_argument("invalid RADIUS code path");
     }
-    // A sign, or a mistake. For what does not begin with a number, the conversion's own words are told.
+    // Blanks, a sign, or a mistake. For what does not begin with a number, the conversion's own words are
+    // told.
     std::size_t length = 0;
-    code = std::stoul(std::string(element), &length);
-    if (length != element.size()) {
+    code = std::stoul(trimmed, &length);
+    if (length != trimmed.size()) {
         throw std::invalid_argument("invalid RADIUS code path");
     }
     return static_cast<std::uint32_t>(code);
@@ -108,37 +118,92 @@ std::uint32_t parse_code(std::string_view element) {
 
 /// Reads a code path written in full, such as "26.9.1"; blanks around the numbers are ignored. Throws
 /// `std::invalid_argument` or `std::out_of_range`.
-CodePath parse_code_path(const std::string& text) {
+CodePath parse_code_path(std::string_view text) {
     CodePath path;
-    for (std::string& element : utils::split(text, '.')) {
-        path.push_back(parse_code(utils::trim(std::move(element))));
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t end = std::min(text.find('.', start), text.size());
+        path.push_back(parse_code(text.substr(start, end - start)));
+        start = end + 1;
     }
     return path;
 }
 
+/// What a definition has under the keys that count; of two of one name the first.
 template <typename Node>
-AttributeMetadata read_metadata(const std::string& name, const Node& definition) {
-    if (!definition.IsMap() && !definition.IsNull()) {
-        throw std::invalid_argument("attribute definition must be a map");
+struct Definition {  // NOLINT(bugprone-exception-escape): no node is assigned that could throw
+    std::optional<Node> code;
+    std::optional<Node> type;
+    std::optional<Node> encrypt;
+    std::optional<Node> has_tag;
+    std::optional<Node> concat;
+    std::optional<Node> values;
+
+    std::optional<Node>* place_of(std::string_view key) {
+        return key == "code"      ? &code
+               : key == "type"    ? &type
+               : key == "encrypt" ? &encrypt
+               : key == "has_tag" ? &has_tag
+               : key == "concat"  ? &concat
+               : key == "values"  ? &values
+                                  : nullptr;
     }
+};
+
+/// Finds all keys on one walk: yaml-cpp's own look-up of a key makes copies of the keys on the way to it.
+template <typename Node>
+Definition<Node> find_definition(const Node& map) {
+    Definition<Node> definition;
+    for (const auto& entry : map) {
+        if (!entry.first.IsScalar()) {
+            continue;
+        }
+        if (std::optional<Node>* const place = definition.place_of(entry.first.Scalar()); place && !*place) {
+            *place = entry.second;
+        }
+    }
+    return definition;
+}
+
+template <typename Node>
+AttributeMetadata read_metadata(const Definition<Node>& definition) {
     AttributeMetadata metadata;
-    metadata.name = name;
-    if (const auto code = definition["code"]) {
-        metadata.code = parse_code_path(code.template as<std::string>());
+    if (definition.code) {
+        metadata.code = parse_code_path(definition.code->template as<std::string>());
     }
-    if (const auto type = definition["type"]) {
-        metadata.type = type.template as<std::string>();
+    if (definition.type) {
+        metadata.type = definition.type->template as<std::string>();
     }
-    if (const auto encrypt = definition["encrypt"]) {
-        metadata.encrypt = node_to_u32(encrypt);
+    if (definition.encrypt) {
+        metadata.encrypt = node_to_u32(*definition.encrypt);
     }
-    if (const auto has_tag = definition["has_tag"]) {
-        metadata.has_tag = has_tag.template as<bool>();
+    if (definition.has_tag) {
+        metadata.has_tag = definition.has_tag->template as<bool>();
     }
-    if (const auto concat = definition["concat"]) {
-        metadata.concat = concat.template as<bool>();
+    if (definition.concat) {
+        metadata.concat = definition.concat->template as<bool>();
     }
     return metadata;
+}
+
+/// The paths of the files that a file includes.
+std::vector<std::string> read_includes(const std::string& file, const YAML::Node& root) {
+    std::vector<std::string> paths;
+    const std::optional<YAML::Node> includes = find_block(root, "includes");
+    if (!includes) {
+        return paths;
+    }
+    if (!includes->IsSequence()) {
+        fail(file, "'includes' must be a sequence");
+    }
+    const std::filesystem::path directory = std::filesystem::path(file).parent_path();
+    for (const YAML::Node& entry : *includes) {
+        try {
+            paths.push_back((directory / entry.as<std::string>()).string());
+        } catch (const std::exception& error) {
+            fail(file, std::string("invalid 'includes' entry: ") + error.what());
+        }
+    }
+    return paths;
 }
 
 }  // namespace
@@ -146,32 +211,52 @@ AttributeMetadata read_metadata(const std::string& name, const Node& definition)
 void RadiusDictionary::load(const std::string& path) {
     *this = RadiusDictionary();
 
-    VisitedFiles visited;
+    VisitedFiles visited;  // the sources view its paths
     _load_file(path, visited);
 
     _validate_nesting();
     sources_.clear();  // they serve the check alone
 
-    top_level_attributes_.reserve(attributes_by_code_.size());
     for (const AttributeMetadata* const metadata : attributes_by_code_) {
-        if (metadata->code.size() == 1) {
-            top_level_attributes_.emplace(metadata->code.front(), metadata);
+        if (metadata->code.size() == 1 && metadata->code.front() < top_level_attributes_.size()) {
+            top_level_attributes_[metadata->code.front()] = metadata;
         }
     }
 }
 
 void RadiusDictionary::_load_file(const std::string& path, VisitedFiles& visited) {
-    const auto [visit, is_first] = visited.try_emplace(canonical_path(path), true);
-    if (!is_first) {
-        return;
-    }
-    const std::string& file = visit->first;  // stays where it is for as long as the load takes
-    if (const std::optional<JsonDocument> document = JsonDocument::read(file)) {
-        _load_blocks(file, document->root());  // a plain file includes no other
-    } else {
-        const YAML::Node root = read_document(file);
-        _load_includes(file, root, visited);
-        _load_blocks(file, root);
+    // A file is loaded behind all that it includes. It waits for them here and not on the call stack, which a
+    // long chain of files would overflow.
+    struct OpenFile {
+        const std::string& file;
+        YAML::Node root;
+        std::vector<std::string> includes;
+        std::size_t next_include = 0;
+    };
+    std::vector<OpenFile> open_files;
+
+    const auto open = [&](const std::string& requested) {
+        const auto [visit, is_first] = visited.insert(canonical_path(requested));
+        if (!is_first) {
+            return;
+        }
+        const std::string& file = *visit;
+        if (const std::optional<JsonDocument> document = JsonDocument::read(file)) {
+            _load_blocks(file, document->root());  // a plain file includes no other
+        } else {
+            const YAML::Node root = read_document(file);
+            open_files.push_back({file, root, read_includes(file, root)});
+        }
+    };
+    open(path);
+    while (!open_files.empty()) {
+        OpenFile& current = open_files.back();
+        if (current.next_include < current.includes.size()) {
+            open(std::string(current.includes[current.next_include++]));
+        } else {
+            _load_blocks(current.file, current.root);
+            open_files.pop_back();
+        }
     }
 }
 
@@ -179,29 +264,6 @@ template <typename Node>
 void RadiusDictionary::_load_blocks(const std::string& file, const Node& root) {
     const std::optional<VendorInfo> vendor = _load_vendor(file, root);
     _load_attributes(file, root, vendor);
-}
-
-void RadiusDictionary::_load_includes(const std::string& file, const YAML::Node& root,
-                                      VisitedFiles& visited) {
-    const std::optional<YAML::Node> includes = find_block(root, "includes");
-    if (!includes) {
-        return;
-    }
-    if (!includes->IsSequence()) {
-        fail(file, "'includes' must be a sequence");
-    }
-    std::vector<std::string> entries;
-    for (const YAML::Node& entry : *includes) {
-        try {
-            entries.push_back(entry.as<std::string>());
-        } catch (const std::exception& error) {
-            fail(file, std::string("invalid 'includes' entry: ") + error.what());
-        }
-    }
-    const std::filesystem::path directory = std::filesystem::path(file).parent_path();
-    for (const std::string& entry : entries) {
-        _load_file((directory / entry).string(), visited);
-    }
 }
 
 template <typename Node>
@@ -243,20 +305,27 @@ void RadiusDictionary::_load_attributes(const std::string& file, const Node& roo
     }
     for (const auto& entry : *attributes) {
         const std::uint32_t line = line_of(entry.first);
-        const Node& definition = entry.second;
-
         std::string name;
         try {
             name = entry.first.template as<std::string>();
+        } catch (const std::bad_alloc&) {
+            throw;
         } catch (const std::exception& error) {
             App::warn(std::string("invalid attribute name: ") + error.what(),
                       {{"file", file}, {"line", std::to_string(line)}, {"reason", error.what()}});
             continue;
         }
 
+        Definition<Node> definition;
         AttributeMetadata metadata;
         try {
-            metadata = read_metadata(name, definition);
+            if (!entry.second.IsMap() && !entry.second.IsNull()) {
+                throw std::invalid_argument("attribute definition must be a map");
+            }
+            definition = find_definition(Node(entry.second));
+            metadata = read_metadata(definition);
+        } catch (const std::bad_alloc&) {
+            throw;  // no fault of the attribute's, which would be missing from then on
         } catch (const std::exception& error) {
             App::warn(error.what(), {{"file", file},
                                      {"line", std::to_string(line)},
@@ -264,6 +333,7 @@ void RadiusDictionary::_load_attributes(const std::string& file, const Node& roo
                                      {"reason", error.what()}});
             continue;
         }
+        metadata.name = std::move(name);
         if (vendor) {
             metadata.vendor = vendor;
             metadata.continuation = vendor->continuation;
@@ -272,7 +342,9 @@ void RadiusDictionary::_load_attributes(const std::string& file, const Node& roo
 
         const AttributeMetadata& record = _store(std::move(metadata));
         sources_.push_back({record.name, record.code, file, line});
-        _load_values(file, record.name, definition);
+        if (definition.values) {
+            _load_values(file, record.name, *definition.values);
+        }
     }
 }
 
@@ -291,19 +363,24 @@ const AttributeMetadata& RadiusDictionary::_store(AttributeMetadata&& metadata) 
 
 template <typename Node>
 void RadiusDictionary::_load_values(const std::string& file, const std::string& attribute_name,
-                                    const Node& definition) {
-    const std::optional<Node> values = find_map(file, definition, "values");
-    if (!values) {
+                                    const Node& values) {
+    if (values.IsNull()) {
         return;
+    }
+    if (!values.IsMap()) {
+        fail(file, "'values' must be a map");
     }
     try {
         EnumTable& table = enum_values_[attribute_name];
-        for (const auto& entry : *values) {
+        for (const auto& entry : values) {
             std::string name;
             try {
                 name = entry.first.template as<std::string>();
             } catch (const std::exception& error) {
                 throw std::runtime_error(std::string("invalid 'values' attribute name: ") + error.what());
+            }
+            if (++value_count_ > max_values) {
+                throw std::runtime_error("more than 200000 values in all");
             }
             table.add(std::move(name), node_to_u32(entry.second));
         }

@@ -6,10 +6,11 @@
 #include <openssl/params.h>
 
 #include <functional>
-#include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 
+#include "quarn/radius/cleanse.h"
 #include "quarn/radius/openssl_handles.h"
 
 namespace quarn::subscriber::radius {
@@ -26,9 +27,8 @@ const EVP_MD* thread_md5_algorithm() {
     return algorithm.get();
 }
 
-/// A new HMAC-MD5 context keyed with the secret, or null. A string has an address even when it is empty;
-/// OpenSSL takes a key without one for none at all.
-MacContext new_hmac_md5_ctx(EVP_MAC* hmac, const std::string& secret) {
+/// A new HMAC-MD5 context keyed with the secret, or null.
+MacContext new_hmac_md5_ctx(EVP_MAC* hmac, std::string_view secret) {
     MacContext context(EVP_MAC_CTX_new(hmac));
     if (!context) {
         return nullptr;
@@ -36,7 +36,8 @@ MacContext new_hmac_md5_ctx(EVP_MAC* hmac, const std::string& secret) {
     char digest_name[] = "MD5";
     const OSSL_PARAM parameters[] = {OSSL_PARAM_construct_utf8_string(OSSL_MAC_PARAM_DIGEST, digest_name, 0),
                                      OSSL_PARAM_construct_end()};
-    const byte_span key = utils::as_bytes(secret);
+    // OpenSSL takes a key without an address for none at all, not for the empty one.
+    const byte_span key = utils::as_bytes(secret.empty() ? std::string_view("") : secret);
     if (EVP_MAC_init(context.get(), key.data(), key.size(), parameters) != 1) {
         return nullptr;
     }
@@ -52,7 +53,7 @@ struct SecretHash : std::hash<std::string_view> {
 EVP_MAC_CTX* thread_hmac_md5_ctx_for(std::string_view secret) {
     struct cache_s {
         MacAlgorithm hmac{EVP_MAC_fetch(nullptr, "HMAC", nullptr)};
-        std::unordered_map<std::string, MacContext, SecretHash, std::equal_to<>> contexts;
+        std::unordered_map<SecretText, MacContext, SecretHash, std::equal_to<>> contexts;
     };
     thread_local cache_s cache;
 
@@ -62,12 +63,11 @@ EVP_MAC_CTX* thread_hmac_md5_ctx_for(std::string_view secret) {
     if (const auto found = cache.contexts.find(secret); found != cache.contexts.end()) {
         return found->second.get();
     }
-    std::string key(secret);
-    MacContext context = new_hmac_md5_ctx(cache.hmac.get(), key);
+    MacContext context = new_hmac_md5_ctx(cache.hmac.get(), secret);
     if (!context) {
         return nullptr;
     }
-    return cache.contexts.emplace(std::move(key), std::move(context)).first->second.get();
+    return cache.contexts.emplace(secret, std::move(context)).first->second.get();
 }
 
 /// Whether a keyed HMAC context can be restarted without giving the key again: OpenSSL releases up to 3.0.2
@@ -91,33 +91,40 @@ Authenticator md5_spans(std::initializer_list<byte_span> spans) {
             EVP_DigestUpdate(context, span.data(), span.size());
         }
     }
-    EVP_DigestFinal_ex(context, digest.data(), nullptr);
+    if (EVP_DigestFinal_ex(context, digest.data(), nullptr) != 1) {
+        return {};
+    }
     return digest;
 }
 
 Authenticator hmac_md5_spans(std::string_view secret, std::initializer_list<byte_span> spans) {
-    Authenticator digest{};
     EVP_MAC_CTX* context = thread_hmac_md5_ctx_for(secret);
     if (context == nullptr) {
-        return digest;
+        return {};
     }
     MacContext duplicate;
     if (reinit_works()) {
-        EVP_MAC_init(context, nullptr, 0, nullptr);
+        // Should it fail, out of memory, the context would go on from the message before.
+        if (EVP_MAC_init(context, nullptr, 0, nullptr) != 1) {
+            return {};
+        }
     } else {
         duplicate.reset(EVP_MAC_CTX_dup(context));
         if (!duplicate) {
-            return digest;
+            return {};
         }
         context = duplicate.get();
     }
     for (const byte_span span : spans) {
-        if (!span.empty()) {
-            EVP_MAC_update(context, span.data(), span.size());
+        if (!span.empty() && EVP_MAC_update(context, span.data(), span.size()) != 1) {
+            return {};
         }
     }
+    Authenticator digest{};
     std::size_t length = 0;
-    EVP_MAC_final(context, digest.data(), &length, digest.size());
+    if (EVP_MAC_final(context, digest.data(), &length, digest.size()) != 1) {
+        return {};
+    }
     return digest;
 }
 

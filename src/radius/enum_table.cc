@@ -3,73 +3,66 @@
 #include <algorithm>
 #include <utility>
 
-#include "quarn/utils/ascii.h"
+#include "quarn/utils/case_insensitive.h"
 
 namespace quarn::subscriber::radius {
 
 namespace {
 
-/// Where `key` is or belongs among positions sorted by what `key_at` gives for them.
-template <typename Positions, typename Key, typename KeyAt>
-auto lower_bound(Positions& positions, const Key& key, KeyAt key_at) {
-    return std::lower_bound(
-        positions.begin(), positions.end(), key,
-        [&key_at](std::uint32_t position, const Key& wanted) { return key_at(position) < wanted; });
-}
-
-/// Puts the latest position in its place, in that of an earlier one with the same key if there is one.
-template <typename Key, typename KeyAt>
-void insert_sorted(std::vector<std::uint32_t>& positions, std::uint32_t latest, const Key& key,
-                   KeyAt key_at) {
-    if (positions.empty() || key_at(positions.back()) < key) {  // dictionaries mostly list them in order
-        positions.push_back(latest);
-        return;
-    }
-    const auto place = lower_bound(positions, key, key_at);
-    if (key_at(*place) == key) {
-        *place = latest;
-    } else {
-        positions.insert(place, latest);
-    }
+/// Where `key` is or belongs among index entries sorted by `key_of`.
+template <typename Index, typename Key, typename KeyOf>
+auto lower_bound(Index& index, Key key, KeyOf key_of) {
+    return std::lower_bound(index.begin(), index.end(), key,
+                            [key_of](const auto& entry, Key wanted) { return key_of(entry) < wanted; });
 }
 
 }  // namespace
 
 void EnumTable::add(std::string name, std::uint32_t number) {
     const auto latest = static_cast<std::uint32_t>(entries_.size());
-    std::string name_lower = utils::ascii_lower(name);
-    entries_.push_back({std::move(name), std::move(name_lower), number});
-    insert_sorted(by_name_, latest, std::string_view(entries_.back().name_lower),
-                  [this](std::uint32_t position) { return std::string_view(entries_[position].name_lower); });
-    insert_sorted(by_number_, latest, number,
-                  [this](std::uint32_t position) { return entries_[position].number; });
+    entries_.push_back({std::move(name), number});
+
+    const std::string_view key = entries_.back().name;
+    const std::size_t hash = utils::CaseInsensitiveHash()(key);
+    if (const auto place = find_name(key, hash); place != by_name_.end() && place->hash == hash) {
+        by_name_[static_cast<std::size_t>(place - by_name_.begin())].position = latest;
+    } else {
+        by_name_.insert(place, {hash, latest});
+    }
+
+    if (by_number_.empty() || entries_[by_number_.back()].number < number) {  // mostly they come in order
+        by_number_.push_back(latest);
+    } else if (const auto place = find_number(number); entries_[*place].number == number) {
+        by_number_[static_cast<std::size_t>(place - by_number_.begin())] = latest;
+    } else {
+        by_number_.insert(place, latest);
+    }
 }
 
 std::optional<std::uint32_t> EnumTable::number_of(std::string_view name) const {
-    const std::string wanted = utils::ascii_lower(name);
-    const auto place = lower_bound(by_name_, std::string_view(wanted), [this](std::uint32_t position) {
-        return std::string_view(entries_[position].name_lower);
-    });
-    if (place == by_name_.end() || entries_[*place].name_lower != wanted) {
-        return std::nullopt;
-    }
-    return entries_[*place].number;
-}
-
-const EnumTable::Entry* EnumTable::find_number(std::uint32_t number) const {
-    const auto place =
-        lower_bound(by_number_, number, [this](std::uint32_t position) { return entries_[position].number; });
-    return place != by_number_.end() && entries_[*place].number == number ? &entries_[*place] : nullptr;
+    const std::size_t hash = utils::CaseInsensitiveHash()(name);
+    const auto place = find_name(name, hash);
+    return place != by_name_.end() && place->hash == hash ? std::optional(entries_[place->position].number)
+                                                          : std::nullopt;
 }
 
 const std::string* EnumTable::name_of(std::uint32_t number) const {
-    const Entry* const entry = find_number(number);
-    return entry != nullptr ? &entry->name : nullptr;
+    const auto place = find_number(number);
+    return place != by_number_.end() && entries_[*place].number == number ? &entries_[*place].name : nullptr;
 }
 
-const std::string* EnumTable::lower_name_of(std::uint32_t number) const {
-    const Entry* const entry = find_number(number);
-    return entry != nullptr ? &entry->name_lower : nullptr;
+std::vector<EnumTable::HashedPosition>::const_iterator EnumTable::find_name(std::string_view name,
+                                                                            std::size_t hash) const {
+    const auto start = lower_bound(by_name_, hash, [](const HashedPosition& entry) { return entry.hash; });
+    // Names of one hash stand together; as good as always there is but one.
+    return std::find_if(start, by_name_.end(), [&](const HashedPosition& entry) {
+        return entry.hash != hash || utils::CaseInsensitiveEqual()(entries_[entry.position].name, name);
+    });
+}
+
+std::vector<std::uint32_t>::const_iterator EnumTable::find_number(std::uint32_t number) const {
+    return lower_bound(by_number_, number,
+                       [this](std::uint32_t position) { return entries_[position].number; });
 }
 
 }  // namespace quarn::subscriber::radius

@@ -20,23 +20,25 @@ class EnumTable {
     /// The number of a name, which is matched without regard to ASCII case.
     std::optional<std::uint32_t> number_of(std::string_view name) const;
 
-    /// The name of a number as written, and lowered; null when there is none. Valid until a value is added.
+    /// The name of a number as written; null when there is none. Valid until a value is added.
     const std::string* name_of(std::uint32_t number) const;
-    const std::string* lower_name_of(std::uint32_t number) const;  ///< see `name_of`
 
   private:
     struct Entry {
         std::string name;
-        std::string name_lower;
         std::uint32_t number;
     };
-    using Positions = std::vector<std::uint32_t>;
+    struct HashedPosition {
+        std::size_t hash;
+        std::uint32_t position;
+    };
 
-    const Entry* find_number(std::uint32_t number) const;
+    std::vector<HashedPosition>::const_iterator find_name(std::string_view name, std::size_t hash) const;
+    std::vector<std::uint32_t>::const_iterator find_number(std::uint32_t number) const;
 
-    std::vector<Entry> entries_;  // in the order in which they were added
-    Positions by_name_;           // into `entries_`, by lowered name, one for each
-    Positions by_number_;         // the same by number
+    std::vector<Entry> entries_;            // in the order in which they were added
+    std::vector<HashedPosition> by_name_;   // into `entries_`, one for each name, by its hash
+    std::vector<std::uint32_t> by_number_;  // the same for each number, by it
 };
 
 }  // namespace quarn::subscriber::radius

@@ -4,7 +4,9 @@
 #include <array>
 #include <cstddef>
 #include <span>
+#include <utility>
 
+#include "quarn/radius/cleanse.h"
 #include "quarn/radius/digest.h"
 #include "quarn/radius/random.h"
 
@@ -26,19 +28,18 @@ std::size_t padded_length(std::size_t length) {
 /// block), the first one's MD5(secret, first_previous).
 void apply_key_stream(Direction direction, std::span<std::uint8_t> blocks, std::string_view secret,
                       byte_span first_previous) {
-    Authenticator key = md5_spans({utils::as_bytes(secret), first_previous});
-    for (;; blocks = blocks.subspan(block_size)) {
+    std::array<std::uint8_t, block_size> ciphertext{};
+    for (byte_span previous = first_previous; !blocks.empty(); blocks = blocks.subspan(block_size)) {
+        // Whoever finds the key and has seen the ciphertext has the password.
+        Authenticator key = md5_spans({utils::as_bytes(secret), previous});
+        const WipedAtEnd wipe_key(key);
         // Hiding chains on what it has just written, revealing on what it is about to overwrite.
-        std::array<std::uint8_t, block_size> ciphertext{};
         for (std::size_t i = 0; i < block_size; ++i) {
             const auto result = static_cast<std::uint8_t>(blocks[i] ^ key[i]);
             ciphertext[i] = direction == Direction::Hide ? result : blocks[i];
             blocks[i] = result;
         }
-        if (blocks.size() == block_size) {
-            return;
-        }
-        key = md5_spans({utils::as_bytes(secret), ciphertext});
+        previous = ciphertext;
     }
 }
 
@@ -50,25 +51,44 @@ std::array<std::uint8_t, block_size + salt_size> salted(const Authenticator& aut
     return previous;
 }
 
+Bytes reveal_user_password(Bytes bytes, std::string_view secret, const Authenticator& authenticator) {
+    if (bytes.size() % block_size != 0) {
+        return {};
+    }
+    apply_key_stream(Direction::Reveal, bytes, secret, authenticator);
+    while (!bytes.empty() && bytes.back() == 0) {
+        bytes.pop_back();
+    }
+    return bytes;
+}
+
+Bytes reveal_tunnel_password(byte_span value, std::string_view secret, const Authenticator& authenticator) {
+    if (value.size() < salt_size + block_size || (value.size() - salt_size) % block_size != 0) {
+        return {};
+    }
+    const byte_span cipher = value.subspan(salt_size);
+    Bytes plain(cipher.begin(), cipher.end());
+    const WipedAtEnd wipe_plain(plain);
+    apply_key_stream(Direction::Reveal, plain, secret, salted(authenticator, value.first(salt_size)));
+
+    const byte_span text = byte_span(plain).subspan(1);
+    const byte_span shown = text.first(std::min<std::size_t>(plain[0], text.size()));
+    return {shown.begin(), shown.end()};
+}
+
 }  // namespace
 
 Bytes encrypt_user_password(byte_span value, std::string_view secret, const Authenticator& authenticator) {
-    Bytes blocks(value.begin(), value.end());
-    blocks.resize(value.empty() ? block_size : padded_length(value.size()));
+    Bytes blocks(value.empty() ? block_size : padded_length(value.size()));
+    std::copy(value.begin(), value.end(), blocks.begin());
     apply_key_stream(Direction::Hide, blocks, secret, authenticator);
     return blocks;
 }
 
 std::string decrypt_user_password(byte_span cipher, std::string_view secret,
                                   const Authenticator& authenticator) {
-    if (cipher.empty() || cipher.size() % block_size != 0) {
-        return {};
-    }
-    Bytes plain(cipher.begin(), cipher.end());
-    apply_key_stream(Direction::Reveal, plain, secret, authenticator);
-    while (!plain.empty() && plain.back() == 0) {
-        plain.pop_back();
-    }
+    Bytes plain = reveal_user_password({cipher.begin(), cipher.end()}, secret, authenticator);
+    const WipedAtEnd wipe_plain(plain);
     return utils::to_text(plain);
 }
 
@@ -87,16 +107,9 @@ Bytes encrypt_tunnel_password(byte_span value, std::string_view secret, const Au
 
 std::string decrypt_tunnel_password(byte_span value, std::string_view secret,
                                     const Authenticator& authenticator) {
-    if (value.size() < salt_size + block_size || (value.size() - salt_size) % block_size != 0) {
-        return {};
-    }
-    const byte_span cipher = value.subspan(salt_size);
-    Bytes plain(cipher.begin(), cipher.end());
-    apply_key_stream(Direction::Reveal, plain, secret, salted(authenticator, value.first(salt_size)));
-
-    const std::size_t length = plain[0];
-    const byte_span text = byte_span(plain).subspan(1);
-    return utils::to_text(length <= text.size() ? text.first(length) : text);
+    Bytes plain = reveal_tunnel_password(value, secret, authenticator);
+    const WipedAtEnd wipe_plain(plain);
+    return utils::to_text(plain);
 }
 
 Bytes decrypt_leaf(Bytes value, std::uint32_t encrypt, std::string_view secret,
@@ -106,9 +119,9 @@ Bytes decrypt_leaf(Bytes value, std::uint32_t encrypt, std::string_view secret,
     }
     switch (encrypt) {
         case hidden_as_user_password:
-            return utils::to_bytes(decrypt_user_password(value, secret, authenticator));
+            return reveal_user_password(std::move(value), secret, authenticator);
         case hidden_as_tunnel_password:
-            return utils::to_bytes(decrypt_tunnel_password(value, secret, authenticator));
+            return reveal_tunnel_password(value, secret, authenticator);
         default:
             return value;
     }

@@ -55,6 +55,10 @@ class JsonNode {
     explicit operator bool() const { return document_ != nullptr; }
     bool IsMap() const { return document_ != nullptr && item().is_map; }
     bool IsNull() const { return false; }
+    bool IsScalar() const { return document_ != nullptr && !item().is_map; }
+
+    /// The scalar as it stands in the document.
+    std::string_view Scalar() const { return item().scalar; }
 
     /// The value of the map's first entry under the key, or an absent node.
     JsonNode operator[](std::string_view key) const;

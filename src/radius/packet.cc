@@ -16,28 +16,14 @@ std::string RadiusPacket::_key_for_path(const CodePath& code_path, std::string_v
     return attribute_key(code_path, name);
 }
 
-RadiusAttribute& RadiusPacket::_insert_entry(std::string key, RadiusAttribute&& attribute) {
-    // The order grows first: should the map then run out of memory, no entry is left without its pointer.
-    attribute_order.push_back(nullptr);
-    try {
-        attribute_order.back() = &attribute_map.emplace(std::move(key), std::move(attribute)).first->second;
-    } catch (...) {
-        attribute_order.pop_back();
-        throw;
-    }
-    return *attribute_order.back();
-}
-
 void RadiusPacket::add_attribute(RadiusAttribute&& attribute) {
     std::string key = _key_for_path(attribute.code_path, attribute.display_name());
-    const auto entry = attribute_map.find(key);
-    if (entry == attribute_map.end()) {
-        _insert_entry(std::move(key), std::move(attribute));
-        return;
+    const auto [entry, is_new] = _find_or_insert_entry(std::move(key), std::move(attribute));
+    if (!is_new) {
+        // NOLINTNEXTLINE(bugprone-use-after-move): nothing was moved, since the entry is an older one
+        auto& more = attribute.values;
+        entry.values.append(std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
     }
-    std::vector<RadiusValue>& values = entry->second.values;
-    values.insert(values.end(), std::make_move_iterator(attribute.values.begin()),
-                  std::make_move_iterator(attribute.values.end()));
 }
 
 void RadiusPacket::add_attribute(std::string_view name, std::string_view value) {
@@ -47,11 +33,9 @@ void RadiusPacket::add_attribute(std::string_view name, std::string_view value) 
         throw std::runtime_error("RadiusPacket: unknown attribute " + std::string(name));
     }
     // The entry exists before the text is looked at, and stays if the text turns out to be malformed.
-    std::string key = _key_for_path(record.code, record.name);
-    const auto found = attribute_map.find(key);
-    RadiusAttribute& attribute = found != attribute_map.end()
-                                     ? found->second
-                                     : _insert_entry(key, RadiusAttribute(record, record.code, key));
+    RadiusAttribute& attribute =
+        _find_or_insert_entry(_key_for_path(record.code, record.name), record, record.code, std::string())
+            .first;
     if (std::optional<Bytes> data = encode_text_value(*dictionary, record, value)) {
         attribute.values.emplace_back(record, *std::move(data), std::uint8_t{0});
     }
@@ -61,7 +45,7 @@ void RadiusPacket::set_attribute(std::string_view name, std::string_view value) 
     // The replaced entry lives until the end: `name` and `value` may be views into it.
     decltype(attribute_map)::node_type replaced;
     if (const auto entry = attribute_map.find(name); entry != attribute_map.end()) {
-        std::erase(attribute_order, &entry->second);
+        attribute_order.erase(std::find(attribute_order.begin(), attribute_order.end(), &entry->second));
         replaced = attribute_map.extract(entry);
     }
     add_attribute(name, value);

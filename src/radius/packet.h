@@ -15,6 +15,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "quarn/radius/attribute.h"
@@ -86,7 +87,8 @@ class RadiusPacket {
     std::optional<Authenticator> request_authenticator;  ///< for a reply: that of the request it answers
 
     /// The attributes by key. An entry never moves once inserted, so that `attribute_order` can point to it.
-    std::unordered_map<std::string, RadiusAttribute, utils::CaseInsensitiveHash, utils::CaseInsensitiveEqual>
+    std::unordered_map<std::string, RadiusAttribute, utils::SeededCaseInsensitiveHash,
+                       utils::CaseInsensitiveEqual>
         attribute_map;
 
     /// Every entry of `attribute_map` once, in the order in which the keys were first inserted.
@@ -95,12 +97,33 @@ class RadiusPacket {
     Bytes raw;  ///< the datagram from which the packet was decoded; empty for one built in memory
 
   private:
+    friend class PacketDecoder;  // the library's own, behind `pkt_load`
+
     std::string _key_for_path(const CodePath& code_path, std::string_view name) const;
-    RadiusAttribute& _insert_entry(std::string key, RadiusAttribute&& attribute);
+    template <typename... Arguments>
+    std::pair<RadiusAttribute&, bool> _find_or_insert_entry(std::string key, Arguments&&... arguments);
 
     bool _exceeds_maximum_size() const;
     std::optional<RadiusPacketValRes> _check_message_authenticator(std::string_view secret) const;
     RadiusPacketValRes _check_authenticator(std::string_view secret) const;
 };
+
+/// The entry under the key; a new one, last in order and made from the arguments, when there is none. The
+/// flag tells whether it is new; when it is not, the arguments are untouched.
+template <typename... Arguments>
+std::pair<RadiusAttribute&, bool> RadiusPacket::_find_or_insert_entry(std::string key,
+                                                                      Arguments&&... arguments) {
+    const auto [entry, is_new] =
+        attribute_map.try_emplace(std::move(key), std::forward<Arguments>(arguments)...);
+    if (is_new) {
+        try {
+            attribute_order.push_back(&entry->second);
+        } catch (...) {
+            attribute_map.erase(entry);
+            throw;
+        }
+    }
+    return {entry->second, is_new};
+}
 
 }  // namespace quarn::subscriber::radius

@@ -88,7 +88,7 @@ std::optional<RadiusPacketValRes> RadiusPacket::_check_message_authenticator(std
     if (attribute == nullptr || code == ACCOUNTING_REQUEST) {
         return std::nullopt;
     }
-    const std::vector<RadiusValue>& values = attribute->values;
+    const auto& values = attribute->values;
     if (values.size() != 1 || values.front().data.size() != ZERO16.size()) {
         return RadiusPacketValRes(ValidationError::InvalidMessageAuthenticator,
                                   "RadiusPacket: malformed Message-Authenticator");

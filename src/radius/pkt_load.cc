@@ -4,7 +4,6 @@
 #include <deque>
 #include <map>
 #include <optional>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -16,33 +15,42 @@
 
 namespace quarn::subscriber::radius {
 
+using net::BufferView;
+
 namespace {
 
-using net::BufferReader;
-using net::BufferView;
+/// Bytes that an attribute mostly takes at least: what the packet makes room by.
+constexpr std::size_t short_attribute_size = 8;
+
+}  // namespace
 
 /// Walks the attributes of one datagram. Three kinds of value are put together from several attributes: a
 /// vendor's with continuation and a long-extended one, which say themselves whether more follows and may be
 /// interleaved with others; and one that the dictionary marks as `concat`, which ends at the first top-level
 /// attribute that adds nothing to it.
-class PacketDecoder {
+// Not in the unnamed namespace: a packet lets it use what is private.
+class __attribute__((visibility("hidden"))) PacketDecoder {
   public:
     PacketDecoder(RadiusPacket& packet, std::string_view secret) : packet_(packet), secret_(secret) {}
 
     std::vector<ParseIssue> decode(byte_span datagram) {
-        BufferReader reader(datagram);
-        const std::size_t packet_length = read_header(reader, datagram.size());
+        Bytes raw(datagram.begin(), datagram.end());  // a copy: the datagram may be the packet's old `raw`
+        BufferView reader(raw);
+        const std::size_t packet_length = read_header(reader);
+        packet_.attribute_order.clear();
+        packet_.attribute_map.clear();
+        const std::size_t expected_attributes = packet_length / short_attribute_size;
+        packet_.attribute_order.reserve(expected_attributes);
+        packet_.attribute_map.reserve(expected_attributes);
         while (reader.position() < packet_length) {
             decode_attribute(reader, packet_length);
         }
         finish_joined_value();
         report_open_fragments();
-        packet_.attribute_map.reserve(attributes_.size());
-        packet_.attribute_order.reserve(attributes_.size());
-        for (RadiusAttribute& attribute : attributes_) {
+        for (RadiusAttribute& attribute : namesakes_) {
             packet_.add_attribute(std::move(attribute));
         }
-        packet_.raw = Bytes(datagram.begin(), datagram.end());  // the datagram may be the old `raw`
+        packet_.raw = std::move(raw);
         return std::move(issues_);
     }
 
@@ -62,17 +70,8 @@ class PacketDecoder {
         Place place;
     };
 
-    /// Orders decoded attributes by code path, and finds them by one.
-    struct PathOrder {
-        using is_transparent = void;
-
-        static const CodePath& path(const RadiusAttribute* attribute) { return attribute->code_path; }
-        static const CodePath& path(const CodePath& code_path) { return code_path; }
-
-        bool operator()(const auto& left, const auto& right) const { return path(left) < path(right); }
-    };
-
-    std::size_t read_header(BufferReader& reader, std::size_t datagram_size) {
+    std::size_t read_header(BufferView& reader) {
+        const std::size_t datagram_size = reader.remaining();
         packet_.code = reader.read_u8();
         packet_.identifier = reader.read_u8();
         const std::size_t packet_length = reader.read_u16();
@@ -81,12 +80,10 @@ class PacketDecoder {
         }
         const byte_span authenticator = reader.read_bytes(authenticator_size);
         std::copy(authenticator.begin(), authenticator.end(), packet_.authenticator.begin());
-        packet_.attribute_order.clear();
-        packet_.attribute_map.clear();
         return packet_length;
     }
 
-    void decode_attribute(BufferReader& reader, std::size_t packet_length) {
+    void decode_attribute(BufferView& reader, std::size_t packet_length) {
         if (reader.remaining() < attribute_header_size) {
             throw std::runtime_error("pkt_load: malformed attribute");
         }
@@ -99,7 +96,8 @@ class PacketDecoder {
         const byte_span value = reader.read_bytes(length - attribute_header_size);
 
         joined_by_this_attribute_ = false;
-        switch (top_level_container(packet_.dictionary.get(), type)) {
+        const AttributeMetadata& record = packet_.dictionary->top_level_attribute(type);
+        switch (container_of_top_level(record, type)) {
             case ContainerKind::Vsa:
                 decode_vendor_specific(type, value);
                 break;
@@ -113,7 +111,7 @@ class PacketDecoder {
             case ContainerKind::Tlv:
             case ContainerKind::Evs:
             case ContainerKind::Struct:
-                complete_value({type}, value, {false, type});
+                complete_value(record, {type}, value, {false, type});
                 break;
         }
         if (!joined_by_this_attribute_) {
@@ -187,29 +185,32 @@ class PacketDecoder {
             path.push_back(reader.read_uint(extended_vendor_type_size));
         }
         if (!long_form) {
-            complete_value(std::move(path), reader.read_rest(), place);
+            complete_value(path, reader.read_rest(), place);
             return;
         }
         append(long_extended_fragments_[path], reader.read_rest());
         if (!more) {
             const Bytes joined = std::move(long_extended_fragments_.extract(path).mapped());
-            complete_delimited_value(std::move(path), joined, place);
+            complete_delimited_value(path, joined, place);
         }
     }
 
     /// Takes the value of a container that marks itself where a fragmented value ends.
     void complete_delimited_value(CodePath path, byte_span bytes, Place place) {
         finish_joined_value();
+        decode_leaf(packet_.dictionary->attribute_by_code(path), path, bytes, place);
+    }
+
+    void complete_value(CodePath path, byte_span bytes, Place place) {
         const AttributeMetadata& record = packet_.dictionary->attribute_by_code(path);
-        decode_leaf(record, std::move(path), bytes, place);
+        complete_value(record, std::move(path), bytes, place);
     }
 
     /// Takes a value that, if the dictionary says so, may continue in the next attribute.
-    void complete_value(CodePath path, byte_span bytes, Place place) {
-        const AttributeMetadata& record = packet_.dictionary->attribute_by_code(path);
+    void complete_value(const AttributeMetadata& record, CodePath path, byte_span bytes, Place place) {
         if (!record.concat) {
             finish_joined_value();
-            decode_leaf(record, std::move(path), bytes, place);
+            decode_leaf(record, path, bytes, place);
             return;
         }
         if (joined_value_ && joined_value_->path != path) {
@@ -225,14 +226,16 @@ class PacketDecoder {
     void finish_joined_value() {
         if (joined_value_) {
             JoinedValue joined = *std::exchange(joined_value_, std::nullopt);
-            const AttributeMetadata& record = packet_.dictionary->attribute_by_code(joined.path);
-            decode_leaf(record, std::move(joined.path), joined.bytes, joined.place);
+            decode_leaf(packet_.dictionary->attribute_by_code(joined.path), joined.path, joined.bytes,
+                        joined.place);
         }
     }
 
-    void decode_leaf(const AttributeMetadata& record, CodePath path, byte_span bytes, Place place) {
+    // A nested TLV's length is one byte: there are at most 127 inside one another.
+    // NOLINTBEGIN(misc-no-recursion)
+    void decode_leaf(const AttributeMetadata& record, CodePath& path, byte_span bytes, Place place) {
         if (record.kind == ContainerKind::Tlv) {
-            decode_nested_tlvs(path, bytes, place);
+            decode_nested_tlvs(path, CodePathHash{}(path), bytes, place);
             return;
         }
         Bytes data(bytes.begin(), bytes.end());
@@ -245,11 +248,15 @@ class PacketDecoder {
                 data.erase(data.begin());
             }
         }
-        data = decrypt_leaf(std::move(data), record.encrypt, secret_, packet_.authenticator);
-        entry_for(record, std::move(path)).values.emplace_back(record, std::move(data), tag);
+        if (is_hidden(record.encrypt)) {
+            data = decrypt_leaf(std::move(data), record.encrypt, secret_, packet_.authenticator);
+        }
+        entry_for(record, path).values.emplace_back(record, std::move(data), tag);
     }
 
-    void decode_nested_tlvs(const CodePath& path, byte_span list, Place place) {
+    /// Each TLV's type is at the end of the path for as long as it is read: a path of its own for each level,
+    /// or its hash worked out anew, would cost the square of the depth.
+    void decode_nested_tlvs(CodePath& path, std::size_t path_hash, byte_span list, Place place) {
         BufferView reader(list);
         while (reader.remaining() >= attribute_header_size) {
             const std::uint32_t type = reader.read_u8();
@@ -258,20 +265,32 @@ class PacketDecoder {
                 report("malformed nested TLV length", place, std::to_string(type));
                 return;
             }
-            CodePath nested = path;
-            nested.push_back(type);
-            const AttributeMetadata& record = packet_.dictionary->attribute_by_code(nested);
-            decode_leaf(record, std::move(nested), reader.read_bytes(length - attribute_header_size), place);
+            const byte_span value = reader.read_bytes(length - attribute_header_size);
+            path.push_back(type);
+            const std::size_t hash = CodePathHash::extended(path_hash, type);
+            const AttributeMetadata& record = packet_.dictionary->attribute_by_code(path, hash);
+            if (record.kind == ContainerKind::Tlv) {
+                decode_nested_tlvs(path, hash, value, place);
+            } else {
+                decode_leaf(record, path, value, place);
+            }
+            path.pop_back();
         }
     }
+    // NOLINTEND(misc-no-recursion)
 
-    RadiusAttribute& entry_for(const AttributeMetadata& record, CodePath path) {
-        if (const auto entry = by_path_.find(path); entry != by_path_.end()) {
-            return **entry;
+    RadiusAttribute& entry_for(const AttributeMetadata& record, const CodePath& path) {
+        std::string key = packet_._key_for_path(path, record.known ? record.name : "");
+        const auto [entry, is_new] =
+            packet_._find_or_insert_entry(std::move(key), record, path, std::string());
+        if (is_new || entry.code_path == path) {
+            return entry;
         }
-        RadiusAttribute& attribute = attributes_.emplace_back(record, std::move(path), std::string());
-        by_path_.insert(&attribute);
-        return attribute;
+        const auto namesake =
+            std::find_if(namesakes_.begin(), namesakes_.end(),
+                         [&path](const RadiusAttribute& attribute) { return attribute.code_path == path; });
+        return namesake != namesakes_.end() ? *namesake
+                                            : namesakes_.emplace_back(record, path, std::string());
     }
 
     void report_open_fragments() {
@@ -300,11 +319,9 @@ class PacketDecoder {
     std::optional<JoinedValue> joined_value_;
     bool joined_by_this_attribute_ = false;
 
-    std::deque<RadiusAttribute> attributes_;  // one for each code path, in order of first appearance
-    std::set<RadiusAttribute*, PathOrder> by_path_;
+    /// Attributes under whose key another code path came first. Their values follow all of that one's.
+    std::deque<RadiusAttribute> namesakes_;
 };
-
-}  // namespace
 
 std::vector<ParseIssue> pkt_load(RadiusPacket& packet, const std::uint8_t* data, std::size_t length,
                                  std::string_view secret) {

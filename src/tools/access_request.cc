@@ -1,5 +1,6 @@
 #include "quarn/tools/access_request.h"
 
+#include <openssl/crypto.h>
 #include <unistd.h>
 
 #include <exception>
@@ -25,19 +26,21 @@ namespace radius = subscriber::radius;
 /// Sets Framed-Protocol by the name of one of its values or by number, which the dictionary's type for it has
 /// to be able to hold.
 void add_framed_protocol(RadiusPacket& packet, const std::string& protocol) {
-    const ClientError unknown("authprobe: unknown framed-protocol \"" + protocol + "\"\n");
+    const auto unknown = [&protocol] {
+        return ClientError("authprobe: unknown framed-protocol \"" + protocol + "\"\n");
+    };
     const auto named = packet.dictionary->enum_value("Framed-Protocol", protocol);
     const auto number = named ? std::optional<std::uint64_t>(*named) : leading_unsigned(protocol);
     if (!number) {
-        throw unknown;
+        throw unknown();
     }
     try {
         packet.set_attribute("Framed-Protocol", static_cast<std::uint32_t>(*number));
     } catch (const std::exception&) {
-        throw unknown;
+        throw unknown();
     }
     if (packet.find_attribute("Framed-Protocol")->values.empty()) {
-        throw unknown;
+        throw unknown();
     }
 }
 
@@ -66,6 +69,21 @@ void add_attributes(RadiusPacket& packet, const ClientSettings& settings,
 }
 
 }  // namespace
+
+void wipe_user_password(RadiusPacket& packet) {
+    const auto entry = packet.attribute_map.find(std::string_view("User-Password"));
+    if (entry == packet.attribute_map.end()) {
+        return;
+    }
+    for (radius::RadiusValue& value : entry->second.values) {
+        OPENSSL_cleanse(value.data.data(), value.data.size());
+        if (value.string_cache) {
+            std::string& text = *value.string_cache;
+            OPENSSL_cleanse(text.data(), text.size());
+            value.string_cache.reset();
+        }
+    }
+}
 
 std::shared_ptr<const RadiusDictionary> load_dictionary(const ClientSettings& settings) {
     const std::string path =

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "quarn/radius/cleanse.h"
+
 namespace quarn::authprobe {
 
 inline constexpr char default_dictionary_path[] = "/opt/quarn/share/quarn/radius/dictionary.yaml";
@@ -11,7 +13,7 @@ inline constexpr char default_dictionary_path[] = "/opt/quarn/share/quarn/radius
 /// An empty text means that the option was not given, but for the password, which may be given empty.
 struct ClientSettings {
     std::string username;
-    std::string password;
+    subscriber::radius::SecretText password;
     bool password_given = false;
     std::string auth_type = "pap";
     std::string dictionary_path;  ///< empty: `default_dictionary_path`
@@ -24,7 +26,7 @@ struct ClientSettings {
     std::int32_t timeout = 5;  ///< seconds to wait for a reply, per attempt
     std::int32_t retry = 3;    ///< how often the request is sent in all
     std::string server;        ///< a host; as an operand, with or without ":" and a port
-    std::string secret;
+    subscriber::radius::SecretText secret;
     std::uint16_t server_port = 1812;  // RFC 2865, section 3
 };
 

@@ -1,7 +1,9 @@
 #include "quarn/tools/command_line.h"
 
 #include <getopt.h>
+#include <openssl/crypto.h>
 
+#include <cstring>
 #include <limits>
 
 #include "quarn/tools/client_error.h"
@@ -35,6 +37,13 @@ std::int32_t parse_positive(const char* option_name, const std::string& argument
                           expected + ")\n");
     }
     return *number;
+}
+
+/// Takes a secret off the command line, where other users see it (in `ps`) for as long as the program runs.
+subscriber::radius::SecretText take_secret(char* argument) {
+    subscriber::radius::SecretText secret(argument);
+    OPENSSL_cleanse(argument, std::strlen(argument));
+    return secret;
 }
 
 }  // namespace
@@ -87,7 +96,7 @@ ClientSettings read_command_line(int argc, char* argv[]) {
                 settings.username = optarg;
                 break;
             case 'P':
-                settings.password = optarg;
+                settings.password = take_secret(optarg);
                 settings.password_given = true;
                 break;
             case 'p':
@@ -122,7 +131,7 @@ ClientSettings read_command_line(int argc, char* argv[]) {
         throw ClientError(usage());
     }
     settings.server = argv[optind];
-    settings.secret = argv[optind + 1];
+    settings.secret = take_secret(argv[optind + 1]);
     return settings;
 }
 

@@ -12,8 +12,9 @@ namespace quarn::authprobe {
 /// How the program is called, as it is printed on a usage error.
 std::string usage();
 
-/// Reads options and operands. Throws `ClientError`: a --timeout or --retry that is no number above 0, or the
-/// usage text for an unknown option, a missing argument or a number of operands other than two.
+/// Reads options and operands, and wipes the password and the secret in `argv`. Throws `ClientError`: a
+/// --timeout or --retry that is no number above 0, or the usage text for an unknown option, a missing
+/// argument or a number of operands other than two.
 ClientSettings read_command_line(int argc, char* argv[]);
 
 /// The number of --nas-port, cut to its low 32 bits; nothing when the option was not given. Throws

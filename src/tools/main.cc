@@ -5,10 +5,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 
+#include "quarn/radius/dictionary.h"
 #include "quarn/tools/access_request.h"
 #include "quarn/tools/auth_method.h"
 #include "quarn/tools/client_error.h"
@@ -20,6 +23,7 @@
 namespace {
 
 using namespace quarn::authprobe;
+using quarn::subscriber::radius::RadiusDictionary;
 
 /// Started with a standard stream closed, the process would get its number for the socket, and what is meant
 /// for the user would go to the server.
@@ -41,22 +45,30 @@ void ignore_environment() {
     OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
 }
 
+/// Nobody may want to read on, like `head` when it has its lines. The run goes on in silence: its exit status
+/// still tells the verdict, which a signal would not.
+void survive_closed_pipes() {
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+}
+
 void print_banner() {
     std::cout << "\n Vornhelm Quarn " AUTHPROBE_VERSION "\n     Copyright (C) 2026 Vornhelm\n" << std::endl;
 }
 
-int run(int argc, char* argv[]) {
+/// Does all that there is to do; returns the exit status. The dictionary is handed out to outlive the run.
+int run(int argc, char* argv[], std::shared_ptr<const RadiusDictionary>& dictionary) {
     ClientSettings settings = read_command_line(argc, argv);
     prepare_auth_method(settings);
     const auto nas_port = parse_nas_port(settings);
     split_server_operand(settings);
     ServerConnection connection(settings);
 
-    const auto dictionary = load_dictionary(settings);
-    const AccessRequest request =
+    dictionary = load_dictionary(settings);
+    AccessRequest request =
         build_access_request(settings, nas_port, connection.local_address_text(), dictionary);
 
     announce_request(request, connection);
+    wipe_user_password(request.packet);  // the datagram carries it, hidden
     const auto reply = exchange(request, connection, settings);
     connection.close();
     return reply ? judge_reply(*reply, request, connection, settings) : report_silence(connection);
@@ -67,9 +79,12 @@ int run(int argc, char* argv[]) {
 int main(int argc, char* argv[]) {
     hold_standard_streams();
     ignore_environment();
+    survive_closed_pipes();
     print_banner();
+    std::shared_ptr<const RadiusDictionary> dictionary;
+    int status = EXIT_FAILURE;
     try {
-        return run(argc, argv);
+        status = run(argc, argv, dictionary);
     } catch (const ClientError& error) {
         std::cerr << error.what();
     } catch (const SystemCallError& error) {
@@ -77,5 +92,6 @@ int main(int argc, char* argv[]) {
         errno = error.error_number();
         std::perror(error.what());
     }
-    return EXIT_FAILURE;
+    // Not returned: taking a large dictionary apart, record by record, would keep the user waiting.
+    std::exit(status);
 }

@@ -1,5 +1,7 @@
 #include "quarn/tools/verdict.h"
 
+#include <openssl/crypto.h>
+
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -29,7 +31,7 @@ int fail(const std::string& reason) {
 }
 
 /// A server may send the password back, hidden with the request's authenticator and not with its own.
-void reveal_user_password(RadiusPacket& reply, const std::string& secret) {
+void reveal_user_password(RadiusPacket& reply, std::string_view secret) {
     const auto entry = reply.attribute_map.find(std::string_view("User-Password"));
     if (entry == reply.attribute_map.end() || entry->second.values.empty()) {
         return;
@@ -38,8 +40,10 @@ void reveal_user_password(RadiusPacket& reply, const std::string& secret) {
     if (value.data.empty() || value.data.size() % 16 != 0) {
         return;
     }
-    value.data = utils::to_bytes(
-        radius::decrypt_user_password(value.data, secret, reply.request_authenticator.value()));
+    std::string password =
+        radius::decrypt_user_password(value.data, secret, reply.request_authenticator.value());
+    value.data = utils::to_bytes(password);
+    OPENSSL_cleanse(password.data(), password.size());
     value.string_cache.reset();
 }
 
@@ -86,6 +90,7 @@ int judge_reply(utils::byte_span datagram, const AccessRequest& request, const S
     reply.request_authenticator = request.packet.authenticator;
     reveal_user_password(reply, settings.secret);
     announce_reply(reply, datagram.size(), connection);
+    wipe_user_password(reply);
 
     const RadiusPacketValRes result = reply.validate(settings.secret);
     if (result.error != ValidationError::None) {

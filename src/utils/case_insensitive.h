@@ -1,5 +1,5 @@
 // Hash and equality of names that differ at most in ASCII case. Every map keyed by an attribute's or a
-// vendor's name uses the pair; both are transparent, so a look-up by `std::string_view` copies nothing.
+// vendor's name uses them; all are transparent, so a look-up by `std::string_view` copies nothing.
 #pragma once
 
 #include <algorithm>
@@ -22,7 +22,7 @@ struct CaseInsensitiveHash {
     using is_transparent = void;  ///< takes views as well as owned names
 
     /// The hash; the same in every process.
-    // Not noexcept: libstdc++ then keeps each key's hash beside it, instead of hashing again at every comparison.
+    // Not noexcept: libstdc++ then keeps each key's hash beside it, instead of hashing again to compare.
     std::size_t operator()(std::string_view key) const {
         std::uint64_t hash = fnv_start;
         for (const char character : key) {
@@ -30,6 +30,28 @@ struct CaseInsensitiveHash {
         }
         return hash;
     }
+};
+
+/// A number that nobody outside this process can know, the same for as long as the process runs.
+std::uint64_t hash_seed();
+
+/// `CaseInsensitiveHash`, scattered by `hash_seed`: for maps whose keys come from the network, where a sender
+/// who could tell the buckets would fill a single one.
+class SeededCaseInsensitiveHash {
+  public:
+    using is_transparent = void;  ///< takes views as well as owned names
+
+    /// The hash; another one in every process.
+    std::size_t operator()(std::string_view key) const {
+        // The finaliser of SplitMix64: every bit of its input changes every bit of its result.
+        std::uint64_t hash = CaseInsensitiveHash{}(key) ^ seed_;
+        hash = (hash ^ hash >> 30) * 0xBF58476D1CE4E5B9;
+        hash = (hash ^ hash >> 27) * 0x94D049BB133111EB;
+        return hash ^ hash >> 31;
+    }
+
+  private:
+    std::uint64_t seed_ = hash_seed();
 };
 
 /// Equality under the same folding; bytes of 128 and above compare exactly.

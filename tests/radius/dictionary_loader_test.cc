@@ -604,6 +604,21 @@ TEST_F(SkippedAttribute, IsReportedWithTheCanonicalPathOfItsFile) {
 
 using DictionaryValues = DictionaryLoader;
 
+TEST_F(DictionaryValues, AreLimitedInNumberSoThatAliasesCannotMultiplyThem) {
+    std::string yaml = "attributes:\n  A0:\n    code: 26.9.0\n    values: &values\n";
+    for (int i = 0; i < 1000; ++i) {
+        yaml += "      V" + std::to_string(i) + ": " + std::to_string(i) + "\n";
+    }
+    for (int i = 1; i < 200; ++i) {
+        yaml += "  A" + std::to_string(i) + ": {code: 26.9." + std::to_string(i) + ", values: *values}\n";
+    }
+    load(yaml);
+    EXPECT_EQ(dictionary.enum_value("A199", "v999"), 999U);
+
+    EXPECT_EQ(failure_of(yaml + "  A200: {code: 26.9.200, values: {One-More: 1}}\n"),
+              "<path>: values for attribute 'A200': more than 200000 values in all");
+}
+
 TEST_F(DictionaryValues, AreFoundInBothDirections) {
     load("attributes: {Mode: {code: 1, type: enum, values: {Off: 0, On: 1, Auto: 0x10, Max: 4294967295}}}");
     EXPECT_EQ(dictionary.enum_value("Mode", "Off"), 0U);
@@ -755,6 +770,21 @@ TEST_F(Redefinition, OfOneFileByTheSameKeyTakesTheLast) {
 // Includes
 
 using DictionaryIncludes = DictionaryLoader;
+
+TEST_F(DictionaryIncludes, MayChainAnyNumberOfFiles) {
+    constexpr int files = 10'000;
+    for (int i = 0; i < files; ++i) {
+        write("f" + std::to_string(i) + ".yaml", "includes: [f" + std::to_string(i + 1) +
+                                                     ".yaml]\nattributes: {A" + std::to_string(i) +
+                                                     ": {code: 1}}\n");
+    }
+    dictionary.load(write("f" + std::to_string(files) + ".yaml", "attributes: {Last: {code: 1}}"));
+    EXPECT_TRUE(named("Last").known);
+
+    dictionary.load(path_of("f0.yaml"));
+    EXPECT_TRUE(named("Last").known);
+    EXPECT_EQ(at({1}).name, "A0");  // read last, behind all that it includes
+}
 
 TEST_F(DictionaryIncludes, AreLoadedBeforeTheFilesOwnContent) {
     write("base.yaml", "attributes: {X: {code: 1}}");

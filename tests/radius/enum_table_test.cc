@@ -21,8 +21,6 @@ TEST(EnumTable, FindsNumbersByNameInAnyCaseAndNamesByNumberAsWritten) {
     EXPECT_EQ(table.number_of("XYLOGICS"), 5U);
     ASSERT_NE(table.name_of(2), nullptr);
     EXPECT_EQ(*table.name_of(2), "SLIP");
-    ASSERT_NE(table.lower_name_of(5), nullptr);
-    EXPECT_EQ(*table.lower_name_of(5), "xylogics");
 }
 
 TEST(EnumTable, FindsNothingForWhatIsNotThere) {
@@ -36,7 +34,6 @@ TEST(EnumTable, FindsNothingForWhatIsNotThere) {
     EXPECT_EQ(table.number_of(""), std::nullopt);
     EXPECT_EQ(table.name_of(1), nullptr);
     EXPECT_EQ(table.name_of(3), nullptr);
-    EXPECT_EQ(table.lower_name_of(3), nullptr);
 }
 
 TEST(EnumTable, FindsTheLaterOfTwoNumbersOfOneName) {

@@ -6,12 +6,10 @@
 #include <fstream>
 #include <iterator>
 #include <random>
-#include <set>
 #include <string>
 #include <vector>
 
-#include "quarn/radius/dictionary.h"
-#include "quarn/utils/app.h"
+#include "support/loaded_dictionary.h"
 #include "support/scratch_folder.h"
 
 namespace quarn::subscriber::radius {
@@ -142,79 +140,15 @@ TEST(JsonDocument, LeavesWhatCannotBeReadToYaml) {
     EXPECT_FALSE(JsonDocument::read(folder.path().string()));
 }
 
-/// All that can be asked of a dictionary about the names and numbers that occur in a file, and all that
-/// loading it told, as one text.
-class Loaded {
-  public:
-    Loaded(const std::string& file, const std::string& text) {
-        const App::WarningHandler collect([this](std::string_view message, const App::Fields& fields) {
-            told_ += "warning: " + std::string(message);
-            for (const auto& [key, value] : fields) {
-                told_ += " " + key + "=" + value;
-            }
-            told_ += "\n";
-        });
-        RadiusDictionary dictionary;
-        try {
-            dictionary.load(file);
-        } catch (const std::exception& error) {
-            told_ += std::string("error: ") + error.what() + "\n";
-        }
-        describe(dictionary, text);
-    }
-
-    const std::string& told() const { return told_; }
-
-  private:
-    void describe(const RadiusDictionary& dictionary, const std::string& text) {
-        std::set<std::string> quoted;
-        for (std::size_t open = text.find('"'); open != std::string::npos;) {
-            const std::size_t close = text.find('"', open + 1);
-            quoted.insert(text.substr(open + 1, close - open - 1));
-            open = close == std::string::npos ? close : text.find('"', close + 1);
-        }
-        for (const std::string& name : quoted) {
-            const AttributeMetadata& record = dictionary.attribute_by_name(name);
-            describe(record);
-            if (const VendorInfo* const vendor = dictionary.vendor_by_name(name)) {
-                told_ += "vendor " + std::to_string(vendor->id) + " " + vendor->format + "\n";
-            }
-            if (record.value_type != ValueType::Integer) {
-                continue;
-            }
-            for (const std::string& value : quoted) {
-                if (const auto number = dictionary.enum_value(name, value)) {
-                    told_ += name + "." + value + "=" + std::to_string(*number) + "=" +
-                             dictionary.enum_name(name, *number).value_or("?") + "\n";
-                }
-            }
-        }
-        for (std::uint32_t type = 0; type < 256; ++type) {
-            describe(dictionary.top_level_attribute(type));
-        }
-    }
-
-    void describe(const AttributeMetadata& record) {
-        if (record.known) {
-            told_ += record.name + " " + radius_code_path_to_string(record.code) + " " + record.type + " " +
-                     std::to_string(record.encrypt) + (record.has_tag ? " tagged" : "") +
-                     (record.concat ? " concat" : "") + (record.continuation ? " continued" : "") +
-                     (record.vendor ? " of " + record.vendor->name : "") + "\n";
-        }
-    }
-
-    std::string told_;
-};
-
 /// Loads a text once as it is, and once with a comment behind it that only yaml-cpp takes, under one path.
 void expect_same_dictionary_from_both_readers(const std::string& text) {
     const ScratchFolder folder;
     const std::string file = folder.write("file.yaml", text);
-    const Loaded by_json(file, text);
+    const std::string by_json = test::describe_loaded(file, text);
     folder.write("file.yaml", text + "\n# for yaml-cpp\n");
     ASSERT_FALSE(JsonDocument::read(file));
-    const Loaded by_yaml(file, text);
-    EXPECT_EQ(by_json.told(), by_yaml.told()) << text;
+    const std::string by_yaml = test::describe_loaded(file, text);
+    EXPECT_EQ(by_json, by_yaml) << text;
 }
 
 TEST(BothReaders, GiveTheSameDictionaryForEveryShippedFile) {

@@ -20,9 +20,12 @@ thread_local std::optional<std::size_t> allocations_left;
 
 // Kept out of line: g++ 12 else compares malloc with the library's own delete, and warns.
 [[gnu::noinline]] void* operator new(std::size_t size) {
-    if (allocations_left && (*allocations_left)-- == 0) {
+    if (allocations_left && *allocations_left == 0) {
         allocations_left.reset();
         throw std::bad_alloc();
+    }
+    if (allocations_left) {
+        --*allocations_left;
     }
     if (void* const block = std::malloc(size > 0 ? size : 1)) {
         return block;

@@ -216,6 +216,21 @@ attributes:
               (Lines{"attr-222 (25) 61 63", "attr-5 (5) 62"}));
 }
 
+TEST(LoadAttributes, puts_the_values_of_one_path_before_those_of_a_later_one_of_the_same_name) {
+    const auto dictionary = test::dictionary_from(R"(
+attributes:
+  attr-222: {code: "25", type: octets}
+  Attr-223: {code: "222", type: text}
+  attr-223: {code: "26.9.1", type: integer}
+)");
+    // 25 and 222 come in turns, and so do 222's namesakes 26.9.1 and 223.
+    EXPECT_EQ(lines_with(dictionary, "19 03 61  19 03 62"), (Lines{"attr-222 (25) 61 62"}));
+    EXPECT_EQ(lines_with(dictionary,
+                         "df 03 01  1a 09 00000009 01 03 02  de 03 03"
+                         "de 03 04  1a 09 00000009 01 03 05  df 03 06"),
+              (Lines{"attr-223 (223) 01 06 02 05 03 04"}));
+}
+
 TEST(LoadAttributes, refuses_a_length_below_2) {
     EXPECT_EQ(error_of(datagram(ACCESS_ACCEPT, "19 01")), "pkt_load: invalid attribute length");
     EXPECT_EQ(error_of(datagram(ACCESS_ACCEPT, "19 00")), "pkt_load: invalid attribute length");
@@ -712,7 +727,7 @@ TEST(LoadTlv, nests_as_deep_as_an_attribute_can) {
     std::string value;
     for (int level = 0; level < levels; ++level) {
         const Bytes header = {1, static_cast<std::uint8_t>(2 + value.size() / 2)};
-        value = to_hex(header) + value;
+        value.insert(0, to_hex(header));
     }
     const Bytes outer = {0xf1, static_cast<std::uint8_t>(3 + value.size() / 2), 1};
     EXPECT_EQ(lines_with(test::dictionary_from(yaml), to_hex(outer) + value),

@@ -50,7 +50,7 @@ struct Row {
     std::string result;
 };
 
-void expect_results(std::string type, std::initializer_list<Row> rows) {
+void expect_results(const std::string& type, std::initializer_list<Row> rows) {
     for (const Row& row : rows) {
         EXPECT_EQ(encoded(record_of(type), row.text), row.result) << type << " of " << row.text;
     }

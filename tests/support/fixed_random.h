@@ -29,7 +29,8 @@ class FixedRandom {
   private:
     static int count_up(unsigned char* bytes, int size) {
         for (int i = 0; i < size; ++i) {
-            bytes[i] = next_byte_++;
+            bytes[i] = next_byte_;
+            next_byte_ = static_cast<std::uint8_t>(next_byte_ + 1);
         }
         return 1;
     }

@@ -40,11 +40,18 @@ Channel open_channel(Stream stream) {
         PseudoTerminal pair;
         return {std::move(pair.control), std::move(pair.terminal)};
     }
+    if (stream == Stream::FullDisk) {
+        return {{}, Descriptor(open("/dev/full", O_WRONLY | O_CLOEXEC))};
+    }
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
         fail("cannot make a pipe");
     }
-    return {Descriptor(ends[0]), Descriptor(ends[1])};
+    Channel pipe = {Descriptor(ends[0]), Descriptor(ends[1])};
+    if (stream == Stream::NoReader) {
+        pipe.reading.close();
+    }
+    return pipe;
 }
 
 std::vector<std::string> environment_for(const Command& command) {
@@ -117,6 +124,7 @@ Process::Process(const Command& command) : start_(Clock::now()), deadline_(start
     if (pid_ == 0) {
         // Other threads of the test may have held any lock at the fork: system calls only.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
+        signal(SIGPIPE, SIG_DFL);  // as in a shell, whoever runs the tests
         give(STDIN_FILENO, command.closed_input ? -1 : nothing.get());
         give(STDOUT_FILENO, output.writing.get());
         give(STDERR_FILENO,

@@ -25,6 +25,8 @@ enum class Stream {
     Terminal,
     Closed,
     SameAsOutput,  ///< for standard error: what standard output is, the two interleaved there
+    NoReader,      ///< a pipe whose other end is closed
+    FullDisk,      ///< what cannot be written to: there is no space left
 };
 
 struct Command {
@@ -74,6 +76,8 @@ class Process {
     /// Reads until the program's standard output holds the text; false when the program closes its output, or
     /// its time is up, before that.
     bool wait_for_output(std::string_view text);
+
+    pid_t pid() const { return pid_; }
 
     /// Asks the program to end.
     void terminate();

@@ -22,11 +22,11 @@ void require(bool success, const char* what) {
     }
 }
 
-sockaddr_in loopback(std::uint16_t port) {
+sockaddr_in loopback(std::uint16_t port, in_addr_t host = INADDR_LOOPBACK) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_addr.s_addr = htonl(host);
     return address;
 }
 
@@ -34,11 +34,10 @@ const sockaddr* generic(const sockaddr_in& address) {
     return reinterpret_cast<const sockaddr*>(&address);
 }
 
-Descriptor open_socket() {
+Descriptor open_socket(const sockaddr_in& address = loopback(0)) {
     Descriptor opened(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     require(opened.is_open(), "cannot make a socket");
-    const sockaddr_in any_port = loopback(0);
-    require(bind(opened.get(), generic(any_port), sizeof any_port) == 0, "cannot bind a socket");
+    require(bind(opened.get(), generic(address), sizeof address) == 0, "cannot bind a socket");
     return opened;
 }
 
@@ -141,6 +140,10 @@ std::string ClosedPort::address() const {
 
 void send_from_elsewhere(const utils::Bytes& datagram, std::uint16_t port) {
     send_to(open_socket(), loopback(port), datagram);
+}
+
+void send_from_another_address(const utils::Bytes& datagram, std::uint16_t from_port, std::uint16_t port) {
+    send_to(open_socket(loopback(from_port, INADDR_LOOPBACK + 1)), loopback(port), datagram);
 }
 
 std::uint16_t free_udp_port() {

@@ -78,6 +78,9 @@ class ClosedPort {
 /// Sends a datagram to a port of 127.0.0.1 from a socket that is used for nothing else.
 void send_from_elsewhere(const utils::Bytes& datagram, std::uint16_t port);
 
+/// The same from another address of this machine, 127.0.0.2, and this port there.
+void send_from_another_address(const utils::Bytes& datagram, std::uint16_t from_port, std::uint16_t port);
+
 /// A UDP port of 127.0.0.1 that was free a moment ago.
 std::uint16_t free_udp_port();
 

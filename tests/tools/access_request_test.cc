@@ -89,7 +89,7 @@ TEST(LoadDictionary, LoadsTheFileThatTheSettingsName) {
     settings.dictionary_path =
         folder.write("dictionary.yaml", "attributes: {Example: {code: 200, type: text}}\n");
     EXPECT_EQ(load_dictionary(settings)->attribute_by_name("example").code,
-              (std::vector<std::uint32_t>{200}));
+              (subscriber::radius::CodePath{200}));
 }
 
 TEST(LoadDictionary, TellsWhyAFileCannotBeLoaded) {

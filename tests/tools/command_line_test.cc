@@ -114,8 +114,8 @@ TEST(CommandLine, AcceptsEveryOptionAtOnce) {
                                                   "2",
                                                   "--retry",
                                                   "3"});
-    EXPECT_EQ(settings.username + settings.password + settings.dictionary_path + settings.auth_type +
-                  settings.nas_port + settings.nas_ip_address + settings.source_ip +
+    EXPECT_EQ(settings.username + std::string(settings.password) + settings.dictionary_path +
+                  settings.auth_type + settings.nas_port + settings.nas_ip_address + settings.source_ip +
                   settings.framed_protocol + settings.calling_station_id,
               "updt1nsfc");
     EXPECT_TRUE(settings.password_given);
@@ -124,6 +124,22 @@ TEST(CommandLine, AcceptsEveryOptionAtOnce) {
     EXPECT_EQ(settings.retry, 3);
     EXPECT_EQ(settings.server, "server");
     EXPECT_EQ(settings.secret, "secret");
+}
+
+TEST(CommandLine, TakesSecretsOffTheCommandLine) {
+    std::vector<std::string> arguments = {"authprobe",         "--password", "first",
+                                          "--password=second", "server",     "secret"};
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    const ClientSettings settings = read_command_line(static_cast<int>(arguments.size()), pointers.data());
+    EXPECT_EQ(settings.password, "second");
+    EXPECT_EQ(settings.secret, "secret");
+    EXPECT_EQ(arguments, (std::vector<std::string>{"authprobe", "--password", std::string(5, '\0'),
+                                                   "--password=" + std::string(6, '\0'), "server",
+                                                   std::string(6, '\0')}));
 }
 
 TEST(CommandLine, TakesArgumentsJoinedToTheirOptions) {

@@ -223,6 +223,15 @@ TEST_F(VerdictTest, ShowsAReturnedUserPasswordInClear) {
                    received("Access-Accept", 38) + "     User-Password = \"hello\"\n" + success, "");
 }
 
+TEST_F(VerdictTest, RevealsAReturnedUserPasswordWithTheEmptySecretToo) {
+    settings_.secret = "";
+    settings_.no_message_auth = true;
+    const Bytes hidden = test::hidden_password("hello", "", request_.packet.authenticator);
+    expect_verdict(reply({.code = 2, .attributes = attribute(2, hidden), .message_authenticator = false}),
+                   EXIT_SUCCESS, received("Access-Accept", 38) + "     User-Password = \"hello\"\n" + success,
+                   "");
+}
+
 TEST_F(VerdictTest, ShowsAReturnedUserPasswordOfOctetsInClearToo) {
     request_.packet.dictionary =
         test::dictionary_from("attributes: {user-password: {code: 2, type: octets}}");

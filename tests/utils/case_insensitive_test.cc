@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 namespace quarn::utils {
 namespace {
@@ -65,6 +68,37 @@ TEST(CaseInsensitiveHash, FoldsEveryLetterAndNothingElse) {
 
 TEST(CaseInsensitiveHash, DependsOnTheOrderOfBytes) {
     EXPECT_NE(CaseInsensitiveHash{}("ab"), CaseInsensitiveHash{}("ba"));
+}
+
+TEST(SeededCaseInsensitiveHash, IsOneForAllMapsOfAProcess) {
+    EXPECT_EQ(SeededCaseInsensitiveHash()("User-Name"), SeededCaseInsensitiveHash()("User-Name"));
+    EXPECT_EQ(hash_seed(), hash_seed());
+}
+
+TEST(SeededCaseInsensitiveHash, IsTheSameInEveryCase) {
+    EXPECT_EQ(SeededCaseInsensitiveHash()("User-Name"), SeededCaseInsensitiveHash()("uSER-nAME"));
+}
+
+TEST(SeededCaseInsensitiveHash, CannotBeToldFromTheKey) {
+    EXPECT_NE(SeededCaseInsensitiveHash()("User-Name"), CaseInsensitiveHash()("User-Name"));
+}
+
+// The keys of unknown attributes, chosen as a sender would who knows that a map has 13 buckets.
+TEST(SeededCaseInsensitiveHash, SpreadsKeysThatAreChosenForOneBucket) {
+    constexpr std::size_t buckets = 13;
+    std::vector<std::string> chosen;
+    for (int vendor = 0; chosen.size() < 1000; ++vendor) {
+        std::string key = "attr-26." + std::to_string(vendor) + ".1";
+        if (CaseInsensitiveHash()(key) % buckets == 0) {
+            chosen.push_back(std::move(key));
+        }
+    }
+    std::array<std::size_t, buckets> filled{};
+    for (const std::string& key : chosen) {
+        ++filled[SeededCaseInsensitiveHash()(key) % buckets];
+    }
+    // 77 in each bucket on average, with a standard deviation below 9.
+    EXPECT_LT(*std::max_element(filled.begin(), filled.end()), 77U + 10U * 9U);
 }
 
 TEST(CaseInsensitiveEqual, IgnoresTheCaseOfAsciiLetters) {

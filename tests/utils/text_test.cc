@@ -316,8 +316,8 @@ std::string encode_utf8(unsigned number, unsigned length) {
     constexpr unsigned lead_marks[] = {0, 0, 0xC0, 0xE0, 0xF0};
     std::string text;
     text += static_cast<char>(lead_marks[length] | number >> (6 * (length - 1)));
-    for (unsigned left = length - 1; left-- > 0;) {
-        text += static_cast<char>(0x80 | (number >> (6 * left) & 0x3F));
+    for (unsigned left = length - 1; left > 0; --left) {
+        text += static_cast<char>(0x80 | (number >> (6 * (left - 1)) & 0x3F));
     }
     return text;
 }

@@ -1,5 +1,8 @@
 #include "quarn/tools/quarn_radius/command_line.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -162,6 +165,12 @@ ExitStatus import(const ImportOptions& options, bool json, std::ostream& output,
     return failures == 0 ? ExitStatus::Fine : ExitStatus::ProblemsFound;
 }
 
+/// Whether what was to read the standard output has ended, as `head` does when it has its lines.
+bool reader_has_left() {
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    return poll(&output, 1, 0) > 0 && (output.revents & POLLERR) != 0;
+}
+
 ExitStatus run_command(int argc, const char* const* argv, std::ostream& output, std::ostream& errors) {
     CLI::App program("What goes with authprobe: tools for RADIUS dictionaries.", "quarn-radius");
     program.set_version_flag("--version", "quarn-radius " QUARN_VERSION);
@@ -239,7 +248,7 @@ ExitStatus run_command(int argc, const char* const* argv, std::ostream& output, 
 ExitStatus run(int argc, const char* const* argv, std::ostream& output, std::ostream& errors) {
     const ExitStatus status = run_command(argc, argv, output, errors);
     // A full disk, say, shows only when what is buffered is written.
-    if (!output.flush()) {
+    if (!output.flush() && !reader_has_left()) {
         errors << "quarn-radius: standard output: cannot write\n";
         return ExitStatus::FileProblem;
     }

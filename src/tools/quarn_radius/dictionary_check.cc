@@ -238,7 +238,7 @@ void Checker::check_keys(const YAML::Node& map, std::span<const std::string_view
 
 /// The map under a key; nothing when it is absent or null, or when it is no map, which is reported.
 std::optional<Field> Checker::find_map(const YAML::Node& parent, const std::string& key) {
-    const auto field = find_field(parent, key);
+    auto field = find_field(parent, key);
     if (!field || field->value.IsNull()) {
         return std::nullopt;
     }

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <set>
+#include <map>
 #include <system_error>
+#include <utility>
 
 namespace quarn::companion {
 
@@ -21,19 +22,35 @@ class TreeReader {
   public:
     explicit TreeReader(Problems& problems) : problems_(problems) {}
 
+    /// Reads a file and all that it includes: what is included first.
+    // Without recursion: more files in a row may each include the next than the stack has room for.
     void read(const std::string& file) {
-        visited_.insert(file);
-        open_.push_back(file);
-        if (const auto root = parse(file)) {
-            read_includes(file, *root);
-            files.push_back({file, *root});
+        open(file);
+        while (!open_.empty()) {
+            OpenFile& top = open_.back();
+            if (top.next < top.includes.size()) {
+                // Copies: opening a file moves those that are open already.
+                const std::string includer = top.file.path;
+                const YAML::Node entry = top.includes[top.next++];
+                read_include(includer, entry);
+            } else {
+                waits_[top.file.path] = false;
+                files.push_back(std::move(top.file));
+                open_.pop_back();
+            }
         }
-        open_.pop_back();
     }
 
     std::vector<DictionaryFile> files;
 
   private:
+    /// A file that waits for its includes.
+    struct OpenFile {
+        DictionaryFile file;
+        std::vector<YAML::Node> includes;
+        std::size_t next = 0;
+    };
+
     void report(const std::string& file, std::uint32_t line, Severity severity, const std::string& text) {
         problems_.push_back({file, line, severity, text});
     }
@@ -64,40 +81,50 @@ class TreeReader {
         return documents[0];
     }
 
-    void read_includes(const std::string& file, const YAML::Node& root) {
-        const auto includes = find_field(root, "includes");
-        if (!includes || includes->value.IsNull()) {
-            return;
-        }
-        if (!includes->value.IsSequence()) {
-            report(file, line_of(includes->key), Severity::Error, "'includes' must be a sequence");
-            return;
-        }
-        for (const YAML::Node& entry : includes->value) {
-            if (entry.IsScalar()) {
-                read_include(file, line_of(entry), entry.Scalar());
-            } else {
-                report(file, line_of(entry), Severity::Error, "'includes' entry must be a file name");
-            }
+    void open(const std::string& file) {
+        if (const auto root = parse(file)) {
+            open_.push_back({{file, *root}, includes_of(file, *root)});
+            waits_[file] = true;
+        } else {
+            waits_[file] = false;
         }
     }
 
-    void read_include(const std::string& file, std::uint32_t line, const std::string& entry) {
-        const std::string included = canonical_path(std::filesystem::path(file).parent_path() / entry);
-        if (std::find(open_.begin(), open_.end(), included) != open_.end()) {
+    std::vector<YAML::Node> includes_of(const std::string& file, const YAML::Node& root) {
+        const auto includes = find_field(root, "includes");
+        if (!includes || includes->value.IsNull()) {
+            return {};
+        }
+        if (!includes->value.IsSequence()) {
+            report(file, line_of(includes->key), Severity::Error, "'includes' must be a sequence");
+            return {};
+        }
+        return std::vector<YAML::Node>(includes->value.begin(), includes->value.end());
+    }
+
+    void read_include(const std::string& file, const YAML::Node& entry) {
+        const std::uint32_t line = line_of(entry);
+        if (!entry.IsScalar()) {
+            report(file, line, Severity::Error, "'includes' entry must be a file name");
+            return;
+        }
+        const std::string& name = entry.Scalar();
+        const std::string included = canonical_path(std::filesystem::path(file).parent_path() / name);
+        const auto visited = waits_.find(included);
+        if (visited != waits_.end() && visited->second) {
             report(file, line, Severity::Warning,
                    included == file ? "the file includes itself"
-                                    : "include cycle: " + entry + " includes this file in turn");
+                                    : "include cycle: " + name + " includes this file in turn");
         } else if (const std::string failure = open_failure(included); !failure.empty()) {
-            report(file, line, Severity::Error, "cannot load " + entry + ": " + failure);
-        } else if (!visited_.contains(included)) {
-            read(included);
+            report(file, line, Severity::Error, "cannot load " + name + ": " + failure);
+        } else if (visited == waits_.end()) {
+            open(included);
         }
     }
 
     Problems& problems_;
-    std::set<std::string> visited_;
-    std::vector<std::string> open_;  ///< the files that wait for their includes
+    std::map<std::string, bool> waits_;  ///< the files seen so far, and whether they wait for their includes
+    std::vector<OpenFile> open_;
 };
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "quarn/radius/value_type.h"
 #include "quarn/radius/wire_format.h"
 #include "quarn/tools/quarn_radius/code_path_limits.h"
+#include "quarn/tools/quarn_radius/json_object.h"
 #include "quarn/tools/quarn_radius/value_limits.h"
 #include "quarn/utils/ascii.h"
 #include "quarn/utils/case_insensitive.h"
@@ -27,6 +28,20 @@ namespace {
 namespace radius = subscriber::radius;
 using radius::CodePath;
 using radius::ValueType;
+
+/// A YAML reader need not take a key of more than 1024 characters, and yaml-cpp does not.
+constexpr std::size_t max_key_size = 1000;
+
+/// What keeps a name from being a key of the files that are written, if anything.
+std::optional<std::string> fault_of_key(std::string_view name) {
+    if (!utils::is_well_formed_utf8(name)) {
+        return "not valid UTF-8";
+    }
+    if (json_string(name).size() > max_key_size) {
+        return "too long";
+    }
+    return std::nullopt;
+}
 
 /// The source's type names, older and newer ones, and this system's.
 constexpr std::array type_names = std::to_array<std::pair<std::string_view, std::string_view>>({
@@ -147,6 +162,7 @@ class Converter {
             }
         }
         std::vector<const TextAttribute*> chosen;
+        chosen.reserve(by_code.size());
         for (const auto& [code, attribute] : by_code) {
             chosen.push_back(attribute);
         }
@@ -183,8 +199,8 @@ class Converter {
 
     void convert_attribute(const TextAttribute& attribute) {
         const std::string lower = utils::ascii_lower(attribute.name);
-        if (!utils::is_well_formed_utf8(attribute.name)) {
-            warn(attribute.place, "an attribute is left out: its name is not valid UTF-8");
+        if (const std::optional<std::string> fault = fault_of_key(attribute.name)) {
+            warn(attribute.place, "an attribute is left out: its name is " + *fault);
             left_out_.insert(lower);
             return;
         }
@@ -281,8 +297,8 @@ class Converter {
                 note(value.place, subject + ": values of type " + entry.type + " are listed as they are");
             } else if (entry.has_tag && value.number > max_tagged_number) {
                 note(value.place, subject + ": beside a tag there is no room for its number");
-            } else if (!utils::is_well_formed_utf8(value.name)) {
-                warn(value.place, "a value of " + value.attribute + " is left out: it is not valid UTF-8");
+            } else if (const std::optional<std::string> fault = fault_of_key(value.name)) {
+                warn(value.place, "a value of " + value.attribute + " is left out: it is " + *fault);
             } else {
                 add_value(entry, value);
             }

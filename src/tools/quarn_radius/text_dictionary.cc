@@ -5,12 +5,15 @@
 #include <charconv>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <set>
 #include <span>
+#include <sstream>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "quarn/radius/vendor_info.h"
 #include "quarn/radius/wire_format.h"
@@ -95,11 +98,20 @@ class Reader {
         Place place;
     };
 
+    /// A file that is being read, and where the one that includes it goes on.
+    struct OpenFile {
+        std::istringstream text;
+        Place includer;
+        std::size_t blocks_before;
+    };
+
     void report(Severity severity, const std::string& text) {
         problems_.push_back({place_.file, place_.line, severity, text});
     }
     void error(const std::string& text) { report(Severity::Error, text); }
 
+    bool open_file(const std::filesystem::path& path);
+    void close_file();
     void read_line(const std::string& line);
     void read_include(Words words, bool optional);
     void read_vendor(Words words);
@@ -118,7 +130,8 @@ class Reader {
 
     Problems& problems_;
     Place place_;
-    std::set<std::filesystem::path> visited_;
+    std::set<std::string> visited_;
+    std::vector<OpenFile> open_;
     std::vector<Block> blocks_;
     std::map<std::string, std::size_t> vendors_by_name_;
     std::set<std::string> vendors_left_out_;
@@ -127,6 +140,24 @@ class Reader {
 };
 
 bool Reader::read_file(const std::filesystem::path& path) {
+    if (!open_file(path)) {
+        return false;
+    }
+    // Without recursion, and without a descriptor for each open file: more files in a row may each include
+    // the next than the stack has room for.
+    while (!open_.empty()) {
+        if (std::string line; std::getline(open_.back().text, line)) {
+            ++place_.line;
+            read_line(line);
+        } else {
+            close_file();
+        }
+    }
+    return true;
+}
+
+/// False when there is no such file to read; one that was read before is not read again.
+bool Reader::open_file(const std::filesystem::path& path) {
     std::error_code failure;
     const std::filesystem::path file = std::filesystem::weakly_canonical(path, failure);
     if (failure || std::filesystem::is_directory(file)) {
@@ -136,24 +167,23 @@ bool Reader::read_file(const std::filesystem::path& path) {
     if (!stream) {
         return false;
     }
-    if (!visited_.insert(file).second) {
-        return true;
+    if (visited_.insert(file.string()).second) {
+        std::string text{std::istreambuf_iterator<char>(stream), {}};
+        open_.push_back({std::istringstream(std::move(text)), place_, blocks_.size()});
+        place_ = {file.string(), 0};
     }
-    const Place includer = place_;
-    const std::size_t open_before = blocks_.size();
-    place_ = {file.string(), 0};
-    for (std::string line; std::getline(stream, line);) {
-        ++place_.line;
-        read_line(line);
-    }
-    while (blocks_.size() > open_before) {
+    return true;
+}
+
+void Reader::close_file() {
+    while (blocks_.size() > open_.back().blocks_before) {
         const Block& block = blocks_.back();
         problems_.push_back({block.place.file, block.place.line, Severity::Error,
                              "BEGIN-" + block.keyword + " " + block.name + " has no END-" + block.keyword});
         blocks_.pop_back();
     }
-    place_ = includer;
-    return true;
+    place_ = open_.back().includer;
+    open_.pop_back();
 }
 
 void Reader::read_line(const std::string& line) {
@@ -196,7 +226,7 @@ void Reader::read_include(Words words, bool optional) {
         return;
     }
     const std::filesystem::path directory = std::filesystem::path(place_.file).parent_path();
-    if (!read_file(directory / words[0]) && !optional) {
+    if (!open_file(directory / words[0]) && !optional) {
         error("cannot read " + words[0]);
     }
 }
@@ -327,7 +357,7 @@ void Reader::read_attribute(Words words) {
         return;
     }
     attribute.code = prefix;
-    attribute.code.insert(attribute.code.end(), code->begin(), code->end());
+    attribute.code.append(code->begin(), code->end());
     codes_by_name_[utils::ascii_lower(attribute.name)] = attribute.code;
     result.attributes.push_back(std::move(attribute));
 }

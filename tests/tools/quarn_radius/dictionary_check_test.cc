@@ -212,6 +212,60 @@ attributes:
         }));
 }
 
+TEST_F(DictionaryCheckTest, ListsAndMapsInThePlaceOfTextsAreTold) {
+    EXPECT_EQ(check(R"(? [a]
+: 1
+vendor:
+  ? [x]
+  : 1
+  id: 64496
+  name: [N]
+  format: [1, 1]
+attributes:
+  Mode:
+    code: 26.64496.6
+    type: enum
+    values:
+      ? [On]
+      : 1
+      Off: 0
+)"),
+              (Lines{
+                  "root.yaml:1: warning: a key of the file is not a text",
+                  "root.yaml:4: warning: a key of the vendor is not a text",
+                  "root.yaml:7: error: 'name' of the vendor must be a text",
+                  "root.yaml:8: error: 'format' of the vendor must be a text such as \"1,1\"",
+                  "root.yaml:14: error: the name of a value of Mode must be a text",
+              }));
+}
+
+TEST_F(DictionaryCheckTest, ValuesAreMeasuredByTheTypeOfTheirAttribute) {
+    EXPECT_EQ(check(R"(attributes:
+  Small: {code: 7, type: short, values: {Fits: 65535, Large: 65536}}
+  Mode:
+    code: 6
+    type: enum
+    values:
+      Off: 0
+      off: 0
+      Quoted: "'4294967297'"
+)"),
+              (Lines{
+                  "root.yaml:2: warning: the values of Small are never shown: its type is short, not enum",
+                  "root.yaml:2: warning: value \"Large\" of Small is out of range: 65536 is above 65535",
+                  "root.yaml:8: warning: value \"off\" of Mode is defined again; it was at root.yaml:7",
+                  "root.yaml:9: warning: value \"Quoted\" of Mode is out of range: '4294967297' is read as 1",
+              }));
+}
+
+TEST_F(DictionaryCheckTest, AnAttributeWithoutItsParentIsToldOnce) {
+    EXPECT_EQ(check("attributes:\n"
+                    "  Inner: {code: 1.1, type: text}\n"
+                    "  Deeper: {code: 241.1.2, type: text}\n"),
+              (Lines{"root.yaml:2: warning: the parent 1 of Inner is not defined",
+                     "root.yaml:3: warning: the parent 241.1 of Deeper is not defined"}));
+}
+
 TEST_F(DictionaryCheckTest, TellsWhenVendorsContradictEachOther) {
     folder_.write("a.yaml", "vendor: {id: 1, name: A, format: '1,1'}\n");
     folder_.write("b.yaml", "vendor: {id: 1, name: B}\n");

@@ -42,6 +42,21 @@ TEST_F(DictionaryFilesTest, CyclesAreWarnedOf) {
                                  "a.yaml:3: warning: the file includes itself"}));
 }
 
+// Read one inside the other, they once ran the stack over.
+TEST_F(DictionaryFilesTest, AChainOfTenThousandFilesIsRead) {
+    constexpr int length = 10'000;
+    folder_.write("0.yaml", "attributes: {}\n");
+    for (int number = 1; number < length; ++number) {
+        folder_.write(std::to_string(number) + ".yaml",
+                      "includes: [" + std::to_string(number - 1) + ".yaml]\n");
+    }
+    const Lines files = read(folder_.path() / (std::to_string(length - 1) + ".yaml"));
+    ASSERT_EQ(files.size(), length);
+    EXPECT_EQ(files.front(), "0.yaml");
+    EXPECT_EQ(files.back(), "9999.yaml");
+    EXPECT_EQ(reported(), Lines{});
+}
+
 TEST_F(DictionaryFilesTest, EveryFileThatCannotBeReadIsTold) {
     folder_.write("folder/inside.yaml", "");
     folder_.write("syntax.yaml", "attributes:\n  A: {code: 1\n  B: ]\n");

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -94,6 +95,47 @@ TEST_F(DictionaryImportTest, WritesAFileForEachVendorOneForTheRestAndARoot) {
     EXPECT_EQ(written("dictionary.yaml"),
               "# yaml-language-server: $schema=dictionary.schema.json\nincludes:\n"
               "  - \"vendor/an-other-one.yaml\"\n  - \"vendor/example.yaml\"\n  - \"standard.yaml\"\n");
+}
+
+TEST_F(DictionaryImportTest, OfVendorsWithOneNumberTheLastHolds) {
+    import(
+        "VENDOR Early 64496 format=1,1\nVENDOR Late 64496 format=2,1\n"
+        "BEGIN-VENDOR Early\nATTRIBUTE Early-One 1 string\nEND-VENDOR Early\n"
+        "VENDOR Same 64497 format=1,1\nVENDOR Same 64497 format=1,2\n"
+        "BEGIN-VENDOR Same\nATTRIBUTE Same-One 1 string\nEND-VENDOR Same\n");
+    EXPECT_EQ(reported(), (Lines{
+                              "dictionary:1: note: vendor Early goes by the name Late of the same number, "
+                              "given at dictionary:2",
+                              "dictionary:6: note: vendor Same has the format 1,2 given at dictionary:7",
+                          }));
+    EXPECT_NE(written("vendor/late.yaml").find(R"({"id": 64496, "name": "Late", "format": "2,1"})"),
+              std::string::npos);
+    EXPECT_NE(written("vendor/same.yaml").find(R"({"id": 64497, "name": "Same", "format": "1,2"})"),
+              std::string::npos);
+}
+
+TEST_F(DictionaryImportTest, NoTwoVendorsShareAFile) {
+    const ImportSummary summary = import(
+        "VENDOR -- 64498\nVENDOR A.b. 64499\nVENDOR a-b 64500\n"
+        "BEGIN-VENDOR --\nATTRIBUTE Dash 1 string\nEND-VENDOR --\n"
+        "BEGIN-VENDOR A.b.\nATTRIBUTE Dot 1 string\nEND-VENDOR A.b.\n"
+        "BEGIN-VENDOR a-b\nATTRIBUTE Minus 1 string\nEND-VENDOR a-b\n");
+    EXPECT_EQ(reported(), Lines{});
+    std::vector<std::string> files = summary.files;
+    std::sort(files.begin(), files.end());
+    EXPECT_EQ(files, (std::vector<std::string>{"dictionary.yaml", "vendor/64498.yaml",
+                                               "vendor/a-b-64499.yaml", "vendor/a-b.yaml"}));
+}
+
+TEST_F(DictionaryImportTest, DropsTheFlagsThatATypeHasNoUseFor) {
+    import(in_vendor("ATTRIBUTE Box 1 tlv has_tag\nATTRIBUTE List 2 string array\n"));
+    EXPECT_EQ(reported(), (Lines{
+                              "dictionary:3: note: the flags of Box are dropped: it is a container",
+                              "dictionary:4: note: the flag array of List is dropped",
+                          }));
+    EXPECT_EQ(written("vendor/example.yaml"),
+              vendor_file("  \"Box\": {\"code\": \"26.64496.1\", \"type\": \"tlv\"},\n"
+                          "  \"List\": {\"code\": \"26.64496.2\", \"type\": \"text\"}"));
 }
 
 TEST_F(DictionaryImportTest, TranslatesEveryType) {
@@ -257,6 +299,20 @@ TEST_F(DictionaryImportTest, LeavesOutNamesThatAreNotValidUtf8) {
     for (const auto& [name, content] : contents_below(folder_.path() / "out")) {
         EXPECT_EQ(content.find('\xFF'), std::string::npos) << name;
     }
+}
+
+TEST_F(DictionaryImportTest, LeavesOutNamesThatAreTooLongForAKey) {
+    const std::string longest(998, 'A');
+    import("ATTRIBUTE " + longest + " 1 string\nATTRIBUTE " + longest + "A 2 string\n" +
+           "ATTRIBUTE Mode 4 integer\nVALUE Mode " + longest + " 1\nVALUE Mode " + longest + "A 2\n" +
+           "ATTRIBUTE " + std::string(500, '"') + " 5 string\n");
+    EXPECT_EQ(reported(), (Lines{
+                              "dictionary:2: warning: an attribute is left out: its name is too long",
+                              "dictionary:5: warning: a value of Mode is left out: it is too long",
+                              "dictionary:6: warning: an attribute is left out: its name is too long",
+                          }));
+    const CheckResult checked = check_dictionary(folder_.path() / "out/dictionary.yaml");
+    EXPECT_EQ(test::lines_of(checked.problems, folder_.path()), Lines{});
 }
 
 TEST_F(DictionaryImportTest, KeepsAVendorUnderItsNameInUtf8) {

@@ -57,6 +57,25 @@ TEST_F(DictionaryShowTest, ShowsTheRecordOfAnAttributeInAnyCase) {
               "  defined   vendor.yaml:6\n");
 }
 
+TEST_F(DictionaryShowTest, PassesOverFilesWithoutAttributes) {
+    folder_.write("vendor-alone.yaml", "vendor: {id: 64497, name: Alone}\nattributes:\n");
+    root_ = folder_.write("more.yaml", "includes: [vendor-alone.yaml, vendor.yaml]\n");
+    EXPECT_EQ(text("Example-Role"),
+              "Example-Role\n"
+              "  code      26.64496.1\n"
+              "  type      text\n"
+              "  flags     continuation (its vendor's format has a continuation byte)\n"
+              "  vendor    Example, number 64496, format 1,1,c\n"
+              "  defined   vendor.yaml:4\n");
+}
+
+TEST_F(DictionaryShowTest, PassesOverKeysThatAreNoNames) {
+    root_ = folder_.write("lists.yaml",
+                          "attributes:\n  ? [a]\n  : {code: 1}\n"
+                          "  Plain:\n    ? [b]\n    : 1\n    code: 6\n    type: text\n");
+    EXPECT_EQ(text("Plain"), "Plain\n  code      6\n  type      text\n  defined   lists.yaml:4\n");
+}
+
 TEST_F(DictionaryShowTest, ShowsTheAttributeAtACode) {
     EXPECT_EQ(text("26.64496.10"),
               "Example-Key\n"

@@ -1,6 +1,10 @@
 // The program as a process: what a shell sees of it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 #include "support/process.h"
 #include "support/scratch_folder.h"
 
@@ -80,6 +84,38 @@ TEST(QuarnRadiusProgram, EndsWith3WhenItsOutputCannotBeWritten) {
                                          QUARN_RADIUS_PROGRAM, sound}})
                   .ending,
               exited_with(0));
+}
+
+TEST(QuarnRadiusProgram, EndsQuietlyWhenNobodyReadsOn) {
+    const ScratchFolder folder;
+    const std::string odd = folder.write("odd.yaml", "attributes:\n  Filter-Id: {code: 11., type: text}\n");
+    const std::string root = QUARN_SOURCE_DIR "/share/quarn/radius/dictionary.yaml";
+    struct Row {
+        std::vector<std::string> arguments;
+        std::string errors;
+        int status;
+    };
+    const std::vector<Row> rows = {
+        {{"--help"}, "", 0},
+        {{"dictionary", "show", "-d", root, "Filter-Id"}, "", 0},
+        {{"dictionary", "show", "-d", root, "/./"}, "", 0},  // more than a pipe holds
+        {{"dictionary", "check", odd},
+         "1 error, 0 warnings in 1 attribute and 0 values of 0 vendors, 1 file\n",
+         1},
+    };
+    for (const auto& [arguments, errors, status] : rows) {
+        const ProcessResult result = run_process(
+            {.program = QUARN_RADIUS_PROGRAM, .arguments = arguments, .output = Stream::NoReader});
+        EXPECT_EQ(result.errors, errors);
+        EXPECT_EQ(result.ending, exited_with(status)) << testing::PrintToString(arguments);
+    }
+    const ProcessResult piped =
+        run_process({.program = "/bin/bash",
+                     .arguments = {"-c", "\"$@\" | head -n 1; exit ${PIPESTATUS[0]}", "bash",
+                                   QUARN_RADIUS_PROGRAM, "dictionary", "show", "-d", root, "/./"}});
+    EXPECT_EQ(std::count(piped.output.begin(), piped.output.end(), '\n'), 1);
+    EXPECT_EQ(piped.errors, "");
+    EXPECT_EQ(piped.ending, exited_with(0));
 }
 
 }  // namespace

@@ -124,6 +124,30 @@ TEST_F(TextDictionaryTest, ReadsIncludedFilesOnceAndNextToTheFileThatNamesThem) 
     EXPECT_EQ(read_back.attributes[1].place.file, (folder_.path() / "more/dictionary.b").string());
 }
 
+// Read one inside the other, they once ran the stack over.
+TEST_F(TextDictionaryTest, AChainOfTenThousandFilesIsRead) {
+    constexpr int length = 10'000;
+    folder_.write("0", "ATTRIBUTE Last 1 string\n");
+    for (int number = 1; number < length; ++number) {
+        folder_.write(std::to_string(number), "$INCLUDE " + std::to_string(number - 1) + "\n");
+    }
+    const TextDictionary read_back = read("$INCLUDE 9999\nATTRIBUTE After 2 string\n");
+    EXPECT_EQ(reported(), Lines{});
+    ASSERT_EQ(read_back.attributes.size(), 2U);
+    EXPECT_EQ(read_back.attributes[0].place.file, (folder_.path() / "0").string());
+    EXPECT_EQ(read_back.attributes[1].place.file, (folder_.path() / "dictionary").string());
+    EXPECT_EQ(read_back.attributes[1].place.line, 2U);
+}
+
+TEST_F(TextDictionaryTest, ABlockEndsWithItsFile) {
+    folder_.write("open", "VENDOR Open 2\nBEGIN-VENDOR Open\nATTRIBUTE Inside 1 string\n");
+    const TextDictionary read_back = read("$INCLUDE open\nATTRIBUTE Outside 3 string\n");
+    EXPECT_EQ(reported(), (Lines{"open:2: error: BEGIN-VENDOR Open has no END-VENDOR"}));
+    ASSERT_EQ(read_back.attributes.size(), 2U);
+    EXPECT_EQ(read_back.attributes[0].code, (CodePath{26, 2, 1}));
+    EXPECT_EQ(read_back.attributes[1].code, CodePath{3});
+}
+
 TEST_F(TextDictionaryTest, TellsEveryLineThatItCannotUnderstand) {
     read(
         "ATTRIBUTE Short 1\n"
@@ -157,6 +181,15 @@ TEST_F(TextDictionaryTest, TellsEveryLineThatItCannotUnderstand) {
                               "dictionary:14: error: $INCLUDE wants one file name",
                               "dictionary:15: error: unknown statement ATRIBUTE",
                               "dictionary:17: error: BEGIN-VENDOR Open has no END-VENDOR",
+                          }));
+}
+
+TEST_F(TextDictionaryTest, BlocksWantTheirNames) {
+    read("BEGIN-VENDOR A b c\nEND-VENDOR A\nBEGIN-TLV\n");
+    EXPECT_EQ(reported(), (Lines{
+                              "dictionary:1: error: BEGIN-VENDOR wants a name and perhaps a format",
+                              "dictionary:3: error: BEGIN-TLV wants one name",
+                              "dictionary:3: error: BEGIN-TLV  has no END-TLV",
                           }));
 }
 

@@ -1,0 +1,221 @@
+// Secrets do not stay behind in memory that is given back.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "quarn/radius/auth.h"
+#include "quarn/radius/cleanse.h"
+#include "quarn/radius/digest.h"
+#include "quarn/radius/hiding.h"
+#include "quarn/tools/access_request.h"
+#include "quarn/tools/auth_method.h"
+#include "quarn/tools/command_line.h"
+#include "support/dictionaries.h"
+#include "support/packets.h"
+#include "support/watched_memory.h"
+
+namespace quarn::test {
+namespace {
+
+using subscriber::radius::SecretText;
+using subscriber::radius::WipedAtEnd;
+using utils::Bytes;
+
+namespace radius = subscriber::radius;
+
+// In read-only memory, so that searching for them finds no copy of the test's own.
+constexpr std::string_view short_marker = "s3cr3t-";
+constexpr std::string_view long_marker = "a marker which is longer than any string that is stored in itself";
+
+/// How many of the blocks held the marker that are freed while the work is done in a thread of its own, at
+/// the end of which what is kept per thread is freed, too.
+template <typename Work>
+std::size_t findings_after(std::string_view marker, Work work) {
+    const FreedMemorySearch search(marker);
+    std::thread(work).join();
+    return search.findings();
+}
+
+TEST(FreedMemorySearchTest, FindsWhatIsLeft) {
+    // Each copy is looked at, or a compiler might not even make it.
+    const auto copy_text = [] {
+        const std::string copy(long_marker);
+        EXPECT_EQ(copy, long_marker);
+    };
+    const auto copy_bytes = [] {
+        const Bytes copy = utils::to_bytes(short_marker);
+        EXPECT_EQ(utils::as_text(copy), short_marker);
+    };
+    const auto make_another = [] {
+        const std::string other(100, 'x');
+        EXPECT_NE(other, long_marker);
+    };
+    EXPECT_EQ(findings_after(long_marker, copy_text), 1U);
+    EXPECT_EQ(findings_after(short_marker, copy_bytes), 1U);
+    EXPECT_EQ(findings_after(long_marker, make_another), 0U);
+}
+
+TEST(WipedAtEndTest, WipesWhenTheScopeIsLeft) {
+    std::array<std::uint8_t, 3> key = {1, 2, 3};
+    {
+        const WipedAtEnd wipe(key);
+        EXPECT_EQ(key, (std::array<std::uint8_t, 3>{1, 2, 3}));
+    }
+    EXPECT_EQ(key, (std::array<std::uint8_t, 3>{}));
+}
+
+TEST(WipedAtEndTest, WipesWhenTheScopeIsLeftByAnException) {
+    Bytes key = {1, 2, 3};
+    try {
+        const WipedAtEnd wipe(key);
+        throw std::runtime_error("left");
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_EQ(key, Bytes(3));
+}
+
+TEST(WipedAtEndTest, WipesNothingWhereThereIsNothing) {
+    Bytes nothing;
+    const WipedAtEnd wipe(nothing);
+}
+
+TEST(SecretTextTest, IsAText) {
+    EXPECT_EQ(SecretText(), "");
+    EXPECT_TRUE(SecretText().empty());
+    const SecretText text = "text";
+    EXPECT_FALSE(text.empty());
+    EXPECT_EQ(text, "text");
+    EXPECT_EQ(text, std::string("text"));
+    EXPECT_EQ(text, SecretText(std::string_view("text")));
+    EXPECT_FALSE(text == "texts");
+    EXPECT_EQ(std::string_view(text).size(), 4U);
+    const std::string with_zero("a\0b", 3);
+    EXPECT_EQ(SecretText(with_zero), with_zero);
+}
+
+TEST(SecretTextTest, IsCopiedAndMoved) {
+    SecretText first = "first";
+    const SecretText copy = first;
+    EXPECT_EQ(copy, first);
+    const SecretText moved = std::move(first);
+    EXPECT_EQ(moved, "first");
+    first = "second";
+    EXPECT_EQ(first, "second");
+    EXPECT_EQ(copy, "first");
+}
+
+TEST(SecretTextTest, LeavesNothingBehind) {
+    for (const std::string_view marker : {short_marker, long_marker}) {
+        EXPECT_EQ(findings_after(marker,
+                                 [marker] {
+                                     SecretText text = marker;
+                                     SecretText copy = text;
+                                     const SecretText moved = std::move(text);
+                                     copy = "another";
+                                     copy = marker;
+                                     std::vector<SecretText> many(3, copy);
+                                     many.resize(1000);
+                                 }),
+                  0U);
+    }
+}
+
+TEST(SecretTextTest, KeepsNothingInItself) {
+    // Storage of the test's own, which is there to look at when the text is gone.
+    alignas(SecretText) std::array<unsigned char, sizeof(SecretText)> storage{};
+    auto* const text = new (storage.data()) SecretText(short_marker);
+    std::destroy_at(text);
+    const std::string_view rest(reinterpret_cast<const char*>(storage.data()), storage.size());
+    EXPECT_EQ(rest.find(short_marker), std::string_view::npos);
+}
+
+TEST(Wiping, LeavesNoSecretInDigests) {
+    EXPECT_EQ(findings_after(long_marker, [] { radius::hmac_md5_spans(long_marker, {}); }), 0U);
+    EXPECT_EQ(findings_after(short_marker, [] { radius::hmac_md5_spans(short_marker, {}); }), 0U);
+    EXPECT_EQ(findings_after(long_marker, [] { radius::md5_spans({utils::as_bytes(long_marker)}); }), 0U);
+}
+
+TEST(Wiping, LeavesNoPasswordInHiddenOrRevealedValues) {
+    const auto hide_and_reveal = [] {
+        const utils::byte_span password = utils::as_bytes(long_marker);
+        const Bytes user = radius::encrypt_user_password(password, "secret", test_authenticator);
+        const Bytes tunnel = radius::encrypt_tunnel_password(password, "secret", test_authenticator);
+        // What is handed to the caller is the caller's.
+        std::string revealed = radius::decrypt_user_password(user, "secret", test_authenticator);
+        EXPECT_EQ(revealed, long_marker);
+        OPENSSL_cleanse(revealed.data(), revealed.size());
+        revealed = radius::decrypt_tunnel_password(tunnel, "secret", test_authenticator);
+        EXPECT_EQ(revealed, long_marker);
+        OPENSSL_cleanse(revealed.data(), revealed.size());
+        for (const std::uint32_t encrypt :
+             {radius::hidden_as_user_password, radius::hidden_as_tunnel_password}) {
+            Bytes leaf = radius::decrypt_leaf(encrypt == radius::hidden_as_user_password ? user : tunnel,
+                                              encrypt, "secret", test_authenticator);
+            EXPECT_EQ(utils::as_text(leaf), long_marker);
+            const WipedAtEnd wipe(leaf);
+        }
+    };
+    EXPECT_EQ(findings_after(long_marker, hide_and_reveal), 0U);
+}
+
+TEST(Wiping, LeavesNoPasswordInCredentials) {
+    std::string widened;
+    for (const char character : long_marker) {
+        widened += {character, '\0'};
+    }
+    const auto make_credentials = [] {
+        radius::auth::chap_password(7, long_marker, "challenge");
+        radius::auth::mschap_response(7, long_marker, {});
+        radius::auth::mschapv2_response(7, "bob", long_marker, {}, {});
+    };
+    EXPECT_EQ(findings_after(long_marker, make_credentials), 0U);
+    EXPECT_EQ(findings_after(widened, make_credentials), 0U);
+}
+
+// A whole run of the client, from its command line to the encoded request.
+
+/// Builds the request; what the listing would show is wiped when it is done.
+void build_request(const std::string& method) {
+    // Not strings, which would be freed with what is in them.
+    std::array<char, 200> password{};
+    std::array<char, 200> secret{};
+    std::string_view("a password that must not be found in any memory").copy(password.data(), 100);
+    std::string_view("a shared secret that must not be found in any memory").copy(secret.data(), 100);
+    std::string name = "authprobe";
+    std::string type_option = "-t";
+    std::string type = method;
+    std::string password_option = "--password";
+    std::string server = "127.0.0.1";
+    std::array<char*, 8> arguments = {
+        name.data(),     type_option.data(), type.data(),   password_option.data(),
+        password.data(), server.data(),      secret.data(), nullptr};
+    const authprobe::ClientSettings settings = authprobe::read_command_line(7, arguments.data());
+    authprobe::prepare_auth_method(settings);
+    authprobe::AccessRequest request =
+        authprobe::build_access_request(settings, 7, "127.0.0.1", shipped_dictionary());
+    EXPECT_GT(request.datagram.size(), 20U);
+    authprobe::wipe_user_password(request.packet);
+    const auto is_zero = [](char character) { return character == '\0'; };
+    EXPECT_TRUE(std::all_of(password.begin(), password.end(), is_zero));
+    EXPECT_TRUE(std::all_of(secret.begin(), secret.end(), is_zero));
+}
+
+TEST(Wiping, LeavesNoSecretOfARunOfTheClient) {
+    shipped_dictionary();
+    for (const char* const method : {"pap", "chap", "mschap", "mschapv2"}) {
+        SCOPED_TRACE(method);
+        EXPECT_EQ(findings_after("shared secret that must not be found", [&] { build_request(method); }), 0U);
+        EXPECT_EQ(findings_after("password that must not be found", [&] { build_request(method); }), 0U);
+    }
+}
+
+}  // namespace
+}  // namespace quarn::test
