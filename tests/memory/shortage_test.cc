@@ -63,6 +63,7 @@ attributes:
   Tunnel-Password: {code: 69, type: text, encrypt: 2, has_tag: true}
   Message-Authenticator: {code: 80, type: octets}
   A-Name-That-Does-Not-Fit-Into-A-Short-String: {code: 250, type: text, concat: true}
+  Other: {code: 251, type: a type whose name fits into no short string}
 )";
 // Plain JSON, which is read without yaml-cpp.
 constexpr char vendor_file[] =
