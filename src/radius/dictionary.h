@@ -8,19 +8,18 @@
 
 #include <array>
 #include <cstdint>
-#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "quarn/radius/attribute_metadata.h"
 #include "quarn/radius/code_path.h"
-#include "quarn/radius/enum_table.h"
 #include "quarn/radius/vendor_info.h"
 #include "quarn/utils/case_insensitive.h"
+#include "quarn/utils/hash_index.h"
+#include "quarn/utils/stable_vector.h"
 
 namespace quarn::subscriber::radius {
 
@@ -85,54 +84,53 @@ class RadiusDictionary {
     static const AttributeMetadata& unknown_definition();
 
   private:
-    struct HashedPath {
-        const CodePath& path;
-        std::size_t hash;
+    /// A value of the attribute whose record is at a position.
+    struct NamedValue {
+        std::string name;
+        std::uint32_t number;
+        std::uint32_t attribute;
     };
+    using Sources = utils::StableVector<AttributeSource>;
+    struct LoadState;
 
-    /// Finds a record by its own code path.
-    struct CodeOf {
-        using is_transparent = void;
-
-        static const CodePath& code(const AttributeMetadata* record) { return record->code; }
-        static const CodePath& code(const HashedPath& key) { return key.path; }
-
-        std::size_t operator()(const AttributeMetadata* record) const { return CodePathHash{}(record->code); }
-        std::size_t operator()(const HashedPath& key) const { return key.hash; }
-        bool operator()(const auto& left, const auto& right) const { return code(left) == code(right); }
-    };
-
-    template <typename Key, typename Value>
-    using NameIndex = std::unordered_map<Key, Value, utils::CaseInsensitiveHash, utils::CaseInsensitiveEqual>;
-    using VisitedFiles = std::unordered_set<std::string>;
-
-    void _load_file(const std::string& path, VisitedFiles& visited);
+    void _load_file(const std::string& path, LoadState& state);
 
     // `Node` is what the file was read into: the rules are the same for each reader.
     template <typename Node>
-    void _load_blocks(const std::string& file, const Node& root);
+    void _load_blocks(const std::string& file, const Node& root, Sources& sources);
     template <typename Node>
     std::optional<VendorInfo> _load_vendor(const std::string& file, const Node& root);
     template <typename Node>
-    void _load_attributes(const std::string& file, const Node& root, const std::optional<VendorInfo>& vendor);
-    const AttributeMetadata& _store(AttributeMetadata&& metadata);
+    void _load_attributes(const std::string& file, const Node& root, const std::optional<VendorInfo>& vendor,
+                          Sources& sources);
     template <typename Node>
-    void _load_values(const std::string& file, const std::string& attribute_name, const Node& values);
+    void _load_values(const std::string& file, std::uint32_t attribute, const Node& values);
 
-    void _validate_nesting() const;
+    /// Makes a record, complete by now, one that is found.
+    void _index_attribute(std::uint32_t position);
+    void _add_value(std::uint32_t attribute, std::size_t attribute_hash, std::string name,
+                    std::uint32_t number);
 
-    /// Every definition ever read, those replaced since included: the indexes point here, names view names
-    /// here.
-    std::deque<AttributeMetadata> records_;
+    void _validate_nesting(const Sources& sources) const;
 
-    NameIndex<std::string_view, const AttributeMetadata*> attributes_by_name_;
-    std::unordered_set<const AttributeMetadata*, CodeOf, CodeOf> attributes_by_code_;
+    // What the indexes ask about the positions of records and values.
+    bool _has_name(std::uint32_t position, std::string_view name) const;
+    bool _has_code(std::uint32_t position, const CodePath& code) const;
+    template <typename Key>
+    bool _is_value(std::uint32_t position, std::string_view attribute_name, Key key) const;
+
+    // Every definition and value ever read, those replaced since included: the indexes hold positions here.
+    utils::StableVector<AttributeMetadata> records_;
+    std::vector<NamedValue> values_;
+
+    utils::HashIndex attributes_by_name_;
+    utils::HashIndex attributes_by_code_;
     std::array<const AttributeMetadata*, 256> top_level_attributes_{};  // the types that the wire can carry
-    NameIndex<std::string_view, EnumTable> enum_values_;
-    std::size_t value_count_ = 0;  // all that were added, those replaced since included
-    NameIndex<std::string, VendorInfo> vendors_by_name_;
+    utils::HashIndex values_by_name_;                                   // and by the attribute's
+    utils::HashIndex values_by_number_;                                 // the same
+    std::unordered_map<std::string, VendorInfo, utils::CaseInsensitiveHash, utils::CaseInsensitiveEqual>
+        vendors_by_name_;
     std::unordered_map<std::uint32_t, VendorInfo> vendors_by_id_;
-    std::vector<AttributeSource> sources_;
 };
 
 }  // namespace quarn::subscriber::radius

@@ -21,6 +21,7 @@
 #include <new>
 #include <stdexcept>
 #include <system_error>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -28,6 +29,7 @@
 #include "quarn/radius/json_document.h"
 #include "quarn/radius/yaml_number.h"
 #include "quarn/utils/app.h"
+#include "quarn/utils/case_insensitive.h"
 #include "quarn/utils/text.h"
 
 namespace quarn::subscriber::radius {
@@ -50,6 +52,38 @@ std::string canonical_path(const std::string& path) {
         fail(path, "cannot load: " + error.code().message());
     }
 }
+
+/// The same for many paths: most lie in a few folders, of which each is followed up once.
+class CanonicalPaths {
+  public:
+    std::string of(const std::string& path) {
+        const std::size_t slash = path.rfind('/');
+        if (slash == std::string::npos || slash == 0 || !is_plain_entry(path, slash + 1)) {
+            return canonical_path(path);
+        }
+        const std::string folder = path.substr(0, slash);
+        auto known = folders_.find(folder);
+        if (known == folders_.end()) {
+            known = folders_.emplace(folder, canonical_path(folder)).first;
+        }
+        const std::string& canonical = known->second;
+        return canonical + (canonical.ends_with('/') ? "" : "/") + path.substr(slash + 1);
+    }
+
+  private:
+    /// Whether the name that starts at this place is that of a file or folder itself, and of no link to one.
+    static bool is_plain_entry(const std::string& path, std::size_t name_start) {
+        const std::string_view name = std::string_view(path).substr(name_start);
+        if (name.empty() || name == "." || name == "..") {
+            return false;
+        }
+        std::error_code cannot_tell;
+        const std::filesystem::file_type type = std::filesystem::symlink_status(path, cannot_tell).type();
+        return type == std::filesystem::file_type::regular || type == std::filesystem::file_type::directory;
+    }
+
+    std::unordered_map<std::string, std::string> folders_;
+};
 
 YAML::Node read_document(const std::string& file) {
     // A directory opens like a file and reads like an empty one.
@@ -95,21 +129,14 @@ std::uint32_t line_of(const JsonNode& node) {
 }
 
 /// Reads one element of a code path; the low 32 bits of the number are kept.
-std::uint32_t parse_code(std::string_view element) {
-    std::uint64_t code = 0;
-    const char* const end = element.data() + element.size();
-    if (const auto [stop, status] = std::from_chars(element.data(), end, code);
-        status == std::errc{} && stop == end) {
-        return static_cast<std::uint32_t>(code);
-    }
-    const std::string trimmed = utils::trim(std::string(element));
+std::uint32_t parse_code(const std::string& element) {
+    const std::string trimmed = utils::trim(element);
     if (trimmed.empty()) {
         throw std::invalid_argument("invalid RADIUS code path");
     }
-    // Blanks, a sign, or a mistake. For what does not begin with a number, the conversion's own words are
-    // told.
+    // For what does not begin with a number, the conversion's own words are told.
     std::size_t length = 0;
-    code = std::stoul(trimmed, &length);
+    const std::uint64_t code = std::stoul(trimmed, &length);
     if (length != trimmed.size()) {
         throw std::invalid_argument("invalid RADIUS code path");
     }
@@ -119,11 +146,25 @@ std::uint32_t parse_code(std::string_view element) {
 /// Reads a code path written in full, such as "26.9.1"; blanks around the numbers are ignored. Throws
 /// `std::invalid_argument` or `std::out_of_range`.
 CodePath parse_code_path(std::string_view text) {
+    // Hardly ever is there more than digits and dots, which need no copies.
     CodePath path;
-    for (std::size_t start = 0; start <= text.size();) {
-        const std::size_t end = std::min(text.find('.', start), text.size());
-        path.push_back(parse_code(text.substr(start, end - start)));
-        start = end + 1;
+    const char* const end = text.data() + text.size();
+    for (const char* element = text.data();; ++element) {
+        std::uint64_t code = 0;
+        const auto [stop, status] = std::from_chars(element, end, code);
+        if (status != std::errc{} || (stop != end && *stop != '.')) {
+            break;
+        }
+        path.push_back(static_cast<std::uint32_t>(code));
+        if (stop == end) {
+            return path;
+        }
+        element = stop;
+    }
+
+    path.clear();
+    for (const std::string& element : utils::split(text, '.')) {
+        path.push_back(parse_code(element));
     }
     return path;
 }
@@ -165,8 +206,7 @@ Definition<Node> find_definition(const Node& map) {
 }
 
 template <typename Node>
-AttributeMetadata read_metadata(const Definition<Node>& definition) {
-    AttributeMetadata metadata;
+void read_metadata(const Definition<Node>& definition, AttributeMetadata& metadata) {
     if (definition.code) {
         metadata.code = parse_code_path(definition.code->template as<std::string>());
     }
@@ -182,7 +222,6 @@ AttributeMetadata read_metadata(const Definition<Node>& definition) {
     if (definition.concat) {
         metadata.concat = definition.concat->template as<bool>();
     }
-    return metadata;
 }
 
 /// The paths of the files that a file includes.
@@ -208,23 +247,23 @@ std::vector<std::string> read_includes(const std::string& file, const YAML::Node
 
 }  // namespace
 
+/// What lasts as long as one load.
+struct RadiusDictionary::LoadState {
+    CanonicalPaths canonical_paths;
+    std::unordered_set<std::string> visited_files;  // canonical paths; the sources view them
+    Sources sources;
+    JsonDocument document;
+};
+
 void RadiusDictionary::load(const std::string& path) {
     *this = RadiusDictionary();
 
-    VisitedFiles visited;  // the sources view its paths
-    _load_file(path, visited);
-
-    _validate_nesting();
-    sources_.clear();  // they serve the check alone
-
-    for (const AttributeMetadata* const metadata : attributes_by_code_) {
-        if (metadata->code.size() == 1 && metadata->code.front() < top_level_attributes_.size()) {
-            top_level_attributes_[metadata->code.front()] = metadata;
-        }
-    }
+    LoadState state;
+    _load_file(path, state);
+    _validate_nesting(state.sources);
 }
 
-void RadiusDictionary::_load_file(const std::string& path, VisitedFiles& visited) {
+void RadiusDictionary::_load_file(const std::string& path, LoadState& state) {
     // A file is loaded behind all that it includes. It waits for them here and not on the call stack, which a
     // long chain of files would overflow.
     struct OpenFile {
@@ -236,13 +275,13 @@ void RadiusDictionary::_load_file(const std::string& path, VisitedFiles& visited
     std::vector<OpenFile> open_files;
 
     const auto open = [&](const std::string& requested) {
-        const auto [visit, is_first] = visited.insert(canonical_path(requested));
+        const auto [visit, is_first] = state.visited_files.insert(state.canonical_paths.of(requested));
         if (!is_first) {
             return;
         }
         const std::string& file = *visit;
-        if (const std::optional<JsonDocument> document = JsonDocument::read(file)) {
-            _load_blocks(file, document->root());  // a plain file includes no other
+        if (state.document.read(file)) {
+            _load_blocks(file, state.document.root(), state.sources);  // a plain file includes no other
         } else {
             const YAML::Node root = read_document(file);
             open_files.push_back({file, root, read_includes(file, root)});
@@ -254,16 +293,16 @@ void RadiusDictionary::_load_file(const std::string& path, VisitedFiles& visited
         if (current.next_include < current.includes.size()) {
             open(std::string(current.includes[current.next_include++]));
         } else {
-            _load_blocks(current.file, current.root);
+            _load_blocks(current.file, current.root, state.sources);
             open_files.pop_back();
         }
     }
 }
 
 template <typename Node>
-void RadiusDictionary::_load_blocks(const std::string& file, const Node& root) {
+void RadiusDictionary::_load_blocks(const std::string& file, const Node& root, Sources& sources) {
     const std::optional<VendorInfo> vendor = _load_vendor(file, root);
-    _load_attributes(file, root, vendor);
+    _load_attributes(file, root, vendor, sources);
 }
 
 template <typename Node>
@@ -298,7 +337,7 @@ std::optional<VendorInfo> RadiusDictionary::_load_vendor(const std::string& file
 
 template <typename Node>
 void RadiusDictionary::_load_attributes(const std::string& file, const Node& root,
-                                        const std::optional<VendorInfo>& vendor) {
+                                        const std::optional<VendorInfo>& vendor, Sources& sources) {
     const std::optional<Node> attributes = find_map(file, root, "attributes");
     if (!attributes) {
         return;
@@ -316,62 +355,50 @@ void RadiusDictionary::_load_attributes(const std::string& file, const Node& roo
             continue;
         }
 
+        const auto position = static_cast<std::uint32_t>(records_.size());
+        AttributeMetadata& record = records_.emplace_back();
         Definition<Node> definition;
-        AttributeMetadata metadata;
         try {
             if (!entry.second.IsMap() && !entry.second.IsNull()) {
                 throw std::invalid_argument("attribute definition must be a map");
             }
             definition = find_definition(Node(entry.second));
-            metadata = read_metadata(definition);
+            read_metadata(definition, record);
         } catch (const std::bad_alloc&) {
             throw;  // no fault of the attribute's, which would be missing from then on
         } catch (const std::exception& error) {
+            records_.pop_back();
             App::warn(error.what(), {{"file", file},
                                      {"line", std::to_string(line)},
                                      {"attribute", name},
                                      {"reason", error.what()}});
             continue;
         }
-        metadata.name = std::move(name);
+        record.name = std::move(name);
         if (vendor) {
-            metadata.vendor = vendor;
-            metadata.continuation = vendor->continuation;
+            record.vendor = vendor;
+            record.continuation = vendor->continuation;
         }
-        metadata.derive_fields();
+        record.derive_fields();
 
-        const AttributeMetadata& record = _store(std::move(metadata));
-        sources_.push_back({record.name, record.code, file, line});
+        _index_attribute(position);
+        sources.emplace_back(AttributeSource{record.name, record.code, file, line});
         if (definition.values) {
-            _load_values(file, record.name, *definition.values);
+            _load_values(file, position, *definition.values);
         }
     }
-}
-
-const AttributeMetadata& RadiusDictionary::_store(AttributeMetadata&& metadata) {
-    const AttributeMetadata& record = records_.emplace_back(std::move(metadata));
-    attributes_by_name_.insert_or_assign(record.name, &record);
-    if (!record.code.empty()) {
-        const auto [place, is_new] = attributes_by_code_.insert(&record);
-        if (!is_new) {
-            attributes_by_code_.erase(place);
-            attributes_by_code_.insert(&record);
-        }
-    }
-    return record;
 }
 
 template <typename Node>
-void RadiusDictionary::_load_values(const std::string& file, const std::string& attribute_name,
-                                    const Node& values) {
+void RadiusDictionary::_load_values(const std::string& file, std::uint32_t attribute, const Node& values) {
     if (values.IsNull()) {
         return;
     }
     if (!values.IsMap()) {
         fail(file, "'values' must be a map");
     }
+    const std::size_t attribute_hash = utils::CaseInsensitiveHash()(records_[attribute].name);
     try {
-        EnumTable& table = enum_values_[attribute_name];
         for (const auto& entry : values) {
             std::string name;
             try {
@@ -379,13 +406,13 @@ void RadiusDictionary::_load_values(const std::string& file, const std::string& 
             } catch (const std::exception& error) {
                 throw std::runtime_error(std::string("invalid 'values' attribute name: ") + error.what());
             }
-            if (++value_count_ > max_values) {
-                throw std::runtime_error("more than 200000 values in all");
+            if (values_.size() == max_values) {
+                throw std::runtime_error("more than " + std::to_string(max_values) + " values in all");
             }
-            table.add(std::move(name), node_to_u32(entry.second));
+            _add_value(attribute, attribute_hash, std::move(name), node_to_u32(entry.second));
         }
     } catch (const std::exception& error) {
-        fail(file, "values for attribute '" + attribute_name + "': " + error.what());
+        fail(file, "values for attribute '" + records_[attribute].name + "': " + error.what());
     }
 }
 

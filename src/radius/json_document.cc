@@ -1,5 +1,9 @@
 #include "quarn/radius/json_document.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 // RapidJSON's own switch for scanning strings 16 bytes at a time.
 #ifdef __SSE2__
 #define RAPIDJSON_SSE2
@@ -7,12 +11,9 @@
 #include <rapidjson/reader.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <ios>
-#include <system_error>
 
 #include "quarn/utils/ascii.h"
+#include "quarn/utils/file_descriptor.h"
 
 namespace quarn::subscriber::radius {
 
@@ -28,26 +29,7 @@ constexpr std::size_t max_depth = 100;
 constexpr std::size_t padding = 16;
 
 /// Far beyond any dictionary; a larger file is not worth its memory before a byte of it was looked at.
-constexpr std::streamoff max_file_size = 64 << 20;
-
-/// The bytes of a file and `padding` NULs behind them; nothing when it cannot be read or is too large.
-std::optional<std::vector<char>> read_file(const std::string& file) {
-    std::error_code no_file;  // told better by the attempt to load it as YAML
-    if (!std::filesystem::is_regular_file(file, no_file)) {
-        return std::nullopt;
-    }
-    std::ifstream stream(file, std::ios::binary | std::ios::ate);
-    const std::streamoff size = stream.tellg();
-    if (!stream || size < 0 || size > max_file_size) {
-        return std::nullopt;
-    }
-    std::vector<char> text(static_cast<std::size_t>(size) + padding);
-    stream.seekg(0);
-    if (!stream.read(text.data(), size)) {
-        return std::nullopt;
-    }
-    return text;
-}
+constexpr off_t max_file_size = 64 << 20;
 
 /// Whether no character means more in YAML than in JSON, or in JSON than itself.
 bool is_plain_text(std::string_view text) {
@@ -111,10 +93,13 @@ class JsonDocument::Builder {
 
     bool Key(const char* text, rapidjson::SizeType length, bool) {
         const std::string_view key(text, length);
-        count_lines(text);
+        const Expected map = open_maps_.back().kind;
+        if (map == Expected::File || map == Expected::Attributes) {
+            count_lines(text);
+        }
         append(key, line_, false);
-        expected_ = expected_under(open_maps_.back().kind, key);
-        vendor_has_id_ |= open_maps_.back().kind == Expected::Vendor && key == "id";
+        expected_ = expected_under(map, key);
+        vendor_has_id_ |= map == Expected::Vendor && key == "id";
         return expected_ != Expected::Nothing && is_followed_on_its_line(key);
     }
 
@@ -195,7 +180,8 @@ class JsonDocument::Builder {
         items_.push_back({text, line, static_cast<std::uint32_t>(items_.size() + 1), is_map});
     }
 
-    /// Brings `line_` up to a place in the text. Only keys ask: nothing else is told the user by its line.
+    /// Brings `line_` up to a place in the text: for blocks and attributes, as nothing else is told the user
+    /// by its line.
     void count_lines(const char* place) {
         line_ += static_cast<std::uint32_t>(std::count(counted_, place, '\n'));
         counted_ = place;
@@ -209,23 +195,40 @@ class JsonDocument::Builder {
     bool vendor_has_id_ = false;
 };
 
-std::optional<JsonDocument> JsonDocument::read(const std::string& file) {
-    std::optional<std::vector<char>> text = read_file(file);
-    if (!text || !is_plain_text({text->data(), text->size() - padding})) {
-        return std::nullopt;
+bool JsonDocument::read(const std::string& file) {
+    items_.clear();
+    if (!read_text(file) || !is_plain_text({text_.data(), text_size_})) {
+        return false;
     }
-    JsonDocument document;
-    document.text_ = *std::move(text);
-    document.items_.reserve(document.text_.size() / 16);
-
-    rapidjson::InsituStringStream stream(document.text_.data());
-    Builder builder(document.text_.data(), document.items_);
+    rapidjson::InsituStringStream stream(text_.data());
+    Builder builder(text_.data(), items_);
     constexpr unsigned flags =
         rapidjson::kParseInsituFlag | rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseIterativeFlag;
     if (!rapidjson::Reader().Parse<flags>(stream, builder)) {
-        return std::nullopt;
+        items_.clear();
+        return false;
     }
-    return document;
+    return true;
+}
+
+bool JsonDocument::read_text(const std::string& file) {
+    // Without O_NONBLOCK a pipe that nobody writes to would keep the program waiting here.
+    const utils::FileDescriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status {};
+    if (descriptor.get() < 0 || fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_size > max_file_size) {
+        return false;
+    }
+    text_size_ = static_cast<std::size_t>(status.st_size);
+    if (text_.size() < text_size_ + padding) {
+        text_.resize(text_size_ + padding);
+    }
+    // A file that changes just now may come in parts or end early; yaml-cpp takes it as it then is.
+    if (::read(descriptor.get(), text_.data(), text_size_) != status.st_size) {
+        return false;
+    }
+    std::fill_n(text_.begin() + status.st_size, padding, '\0');
+    return true;
 }
 
 }  // namespace quarn::subscriber::radius

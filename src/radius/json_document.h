@@ -6,8 +6,8 @@
 // the loader's rules are written once for both.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,15 +16,16 @@ namespace quarn::subscriber::radius {
 
 class JsonNode;
 
-/// A parsed file. Its nodes view it: it outlives them and stays where it is.
+/// A parsed file, and after it the next: the memory serves many. Its nodes view it, until it reads again.
 class JsonDocument {
   public:
-    /// The file, when it is plain: an object with nothing but objects, strings, decimal numbers, true and
-    /// false inside, all in printable ASCII without escapes, and with a value of the right kind under every
-    /// key that the loader reads. Nothing for any other file, a faulty or unreadable one too: those are for
-    /// yaml-cpp to read, or to tell what is wrong with them.
-    static std::optional<JsonDocument> read(const std::string& file);
+    /// Reads the file when it is plain: an object with nothing but objects, strings, decimal numbers, true
+    /// and false inside, all in printable ASCII without escapes, and with a value of the right kind under
+    /// every key that the loader reads. Returns false, with nothing left to look at, for any other file, a
+    /// faulty or unreadable one too: those are for yaml-cpp to read, or to tell what is wrong with them.
+    bool read(const std::string& file);
 
+    /// The top level of the file that was read.
     JsonNode root() const;
 
   private:
@@ -40,7 +41,10 @@ class JsonDocument {
         bool is_map = false;
     };
 
-    std::vector<char> text_;
+    bool read_text(const std::string& file);
+
+    std::vector<char> text_;  // as large as the largest file so far; what is read stands in front
+    std::size_t text_size_ = 0;
     std::vector<Item> items_;
 };
 
@@ -67,6 +71,7 @@ class JsonNode {
     template <typename Value>
     Value as() const;
 
+    /// The 1-based line of the name of a block or of an attribute; of anything inside, that of its attribute.
     std::uint32_t line() const { return item().line; }
 
     /// The entries of a map, in the file's order.

@@ -4,12 +4,10 @@
 #include <netinet/in.h>
 
 #include <algorithm>
-#include <charconv>
 #include <ctime>
 #include <limits>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 
 #include "quarn/utils/ascii.h"
 #include "quarn/utils/text.h"
@@ -23,15 +21,6 @@ constexpr std::size_t ipv6_size = 16;
 
 [[noreturn]] void refuse(const char* problem, std::string_view text) {
     throw std::invalid_argument(std::string(problem) + ": " + std::string(text));
-}
-
-/// The whole text as a decimal number; nothing when it is anything else or does not fit.
-template <typename Number>
-std::optional<Number> parse_decimal(std::string_view text) {
-    Number number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, status] = std::from_chars(text.data(), end, number);
-    return status == std::errc{} && stop == end ? std::optional(number) : std::nullopt;
 }
 
 /// The low `width` bytes of a number in network order.
@@ -53,11 +42,11 @@ std::optional<Bytes> encode_number(const RadiusDictionary& dictionary, const Att
         }
     }
     if (attribute.value_type == ValueType::Signed) {
-        const auto number = parse_decimal<std::int32_t>(text);
+        const auto number = utils::parse_decimal<std::int32_t>(text);
         return number ? std::optional(big_endian(static_cast<std::uint32_t>(*number), width)) : std::nullopt;
     }
     const std::uint64_t limit = std::numeric_limits<std::uint64_t>::max() >> (64 - 8 * width);
-    const auto number = parse_decimal<std::uint64_t>(text);
+    const auto number = utils::parse_decimal<std::uint64_t>(text);
     return number && *number <= limit ? std::optional(big_endian(*number, width)) : std::nullopt;
 }
 
@@ -124,7 +113,7 @@ std::optional<Prefix> parse_prefix(int family, std::string_view text) {
         return std::nullopt;
     }
     std::optional<Bytes> address = parse_address(family, text.substr(0, slash));
-    const auto length = parse_decimal<std::uint8_t>(text.substr(slash + 1));
+    const auto length = utils::parse_decimal<std::uint8_t>(text.substr(slash + 1));
     if (!address || !length || *length > 8 * address->size()) {
         return std::nullopt;
     }

@@ -40,7 +40,7 @@ bool parse_vendor_format(std::string_view format, std::size_t& type_size, std::s
                          bool& continuation, std::string& error) {
     std::vector<std::string> elements = utils::split(format, ',');
     for (std::string& element : elements) {
-        element = utils::trim(std::move(element));
+        element = utils::trim(element);
     }
     if (elements.size() != 2 && elements.size() != 3) {
         error = "vendor format must be 't,l' or 't,l,c', got '" + std::string(format) + "'";

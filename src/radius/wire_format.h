@@ -26,7 +26,10 @@
 
 namespace quarn::subscriber::radius {
 
-/// The packet's header: Length, 2 bytes, from this byte on.
+/// The packet's header: Identifier is this byte.
+inline constexpr std::size_t identifier_offset = 1;
+
+/// Length, 2 bytes, from this byte on.
 inline constexpr std::size_t length_offset = 2;
 
 /// Authenticator, from this byte on.

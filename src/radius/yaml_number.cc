@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <string>
 #include <string_view>
 
 #include "quarn/utils/ascii.h"
@@ -31,9 +30,8 @@ std::uint32_t low_bits_of(std::string_view digits, std::uint32_t base) {
 
 }  // namespace
 
-std::uint32_t text_to_u32(const std::string& text) {
-    const std::string trimmed = utils::trim(text);
-    std::string_view number = trimmed;
+std::uint32_t text_to_u32(std::string_view text) {
+    std::string_view number = utils::trimmed(text);
     if (is_quoted(number)) {
         number = number.substr(1, number.size() - 2);
     }

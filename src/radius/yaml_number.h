@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace quarn::subscriber::radius {
 
@@ -10,7 +11,7 @@ namespace quarn::subscriber::radius {
 /// blanks and one pair of quotes within the text are dropped. The low 32 bits of the number are kept, without
 /// a range check. Throws `std::invalid_argument` "invalid unsigned integer" when anything else is left in the
 /// text.
-std::uint32_t text_to_u32(const std::string& text);
+std::uint32_t text_to_u32(std::string_view text);
 
 /// The same of a node of either reader. A null node reads as the text "null". Throws the reader's own
 /// exception for a node that is no scalar.

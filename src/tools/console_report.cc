@@ -4,10 +4,8 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <iostream>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 #include "quarn/radius/packet_code.h"
@@ -45,13 +43,8 @@ constexpr std::array code_names = std::to_array<std::pair<std::uint8_t, std::str
 /// The dictionary's name for a number given as decimal text.
 std::optional<std::string> named_number(const RadiusDictionary& dictionary, const std::string& attribute_name,
                                         const std::string& text) {
-    std::uint32_t number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, status] = std::from_chars(text.data(), end, number);
-    if (status != std::errc{} || stop != end) {
-        return std::nullopt;
-    }
-    return dictionary.enum_name(attribute_name, number);
+    const auto number = utils::parse_decimal<std::uint32_t>(text);
+    return number ? dictionary.enum_name(attribute_name, *number) : std::nullopt;
 }
 
 std::string shown_value(const RadiusValue& value, const std::string& attribute_name,

@@ -3,27 +3,24 @@
 #include <iostream>
 #include <string>
 
+#include "quarn/radius/wire_format.h"
 #include "quarn/tools/console_report.h"
 
 namespace quarn::authprobe {
 
 namespace {
 
-constexpr std::size_t identifier_offset = 1;
-constexpr std::size_t min_reply_size = 20;  // a header without attributes (RFC 2865, section 3)
-
 bool is_reply_to(const AccessRequest& request, const utils::Bytes& datagram) {
-    return datagram.size() >= min_reply_size && datagram[identifier_offset] == request.packet.identifier;
+    return datagram.size() >= subscriber::radius::header_size &&
+           datagram[subscriber::radius::identifier_offset] == request.packet.identifier;
 }
 
 }  // namespace
 
 void announce_request(const AccessRequest& request, const ServerConnection& connection) {
     std::cout << colourise(green, " Sent Access-Request Id " + std::to_string(request.packet.identifier) +
-                                      " from " + connection.local_address_text() + ":" +
-                                      std::to_string(connection.local_port()) + " to " +
-                                      connection.server_address_text() + ":" +
-                                      std::to_string(connection.server_port()) + " length " +
+                                      " from " + connection.local_endpoint() + " to " +
+                                      connection.server_endpoint() + " length " +
                                       std::to_string(request.datagram.size()))
               << '\n';
     print_attributes(request.packet, request.packet.dictionary.get());

@@ -12,7 +12,6 @@
 #include <cstring>
 #include <limits>
 #include <memory>
-#include <utility>
 
 #include "quarn/tools/client_error.h"
 
@@ -83,12 +82,6 @@ int poll_timeout(std::int32_t seconds) {
 }
 
 }  // namespace
-
-void FileDescriptor::close() {
-    if (const int descriptor = std::exchange(descriptor_, -1); descriptor >= 0) {
-        ::close(descriptor);
-    }
-}
 
 ServerConnection::ServerConnection(const ClientSettings& settings)
     : ServerConnection(settings, resolve(settings.server, settings.server_port)) {}

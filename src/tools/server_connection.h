@@ -9,23 +9,9 @@
 
 #include "quarn/tools/client_settings.h"
 #include "quarn/utils/bytes.h"
+#include "quarn/utils/file_descriptor.h"
 
 namespace quarn::authprobe {
-
-/// A file descriptor, closed when it goes out of scope.
-class FileDescriptor {
-  public:
-    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
-    ~FileDescriptor() { close(); }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-    int get() const { return descriptor_; }
-    void close();
-
-  private:
-    int descriptor_;
-};
 
 /// A socket connected to one IPv4 server: the kernel has chosen the source address and port, and lets in
 /// datagrams from that server alone.
@@ -50,10 +36,14 @@ class ServerConnection {
     std::uint16_t local_port() const { return local_port_; }
     std::uint16_t server_port() const { return server_port_; }
 
+    /// Both, such as "127.0.0.1:1812".
+    std::string local_endpoint() const { return local_address_text_ + ":" + std::to_string(local_port_); }
+    std::string server_endpoint() const { return server_address_text_ + ":" + std::to_string(server_port_); }
+
   private:
     ServerConnection(const ClientSettings& settings, const sockaddr_in& server);
 
-    FileDescriptor socket_;
+    utils::FileDescriptor socket_;
     std::string local_address_text_;
     std::string server_address_text_;
     std::uint16_t local_port_ = 0;

@@ -50,10 +50,8 @@ void reveal_user_password(RadiusPacket& reply, std::string_view secret) {
 void announce_reply(const RadiusPacket& reply, std::size_t length, const ServerConnection& connection) {
     std::cout << colourise(reply.code == radius::ACCESS_ACCEPT ? green : red,
                            " Received " + code_name(reply.code) + " Id " + std::to_string(reply.identifier) +
-                               " from " + connection.server_address_text() + ":" +
-                               std::to_string(connection.server_port()) + " to " +
-                               connection.local_address_text() + ":" +
-                               std::to_string(connection.local_port()) + " length " + std::to_string(length))
+                               " from " + connection.server_endpoint() + " to " +
+                               connection.local_endpoint() + " length " + std::to_string(length))
               << '\n';
     print_attributes(reply, reply.dictionary.get());
 }
@@ -73,8 +71,7 @@ int report_invalid_reply(const RadiusPacketValRes& result) {
 
 int report_silence(const ServerConnection& connection) {
     std::cerr << '\n';
-    return fail("no response from " + connection.server_address_text() + ":" +
-                std::to_string(connection.server_port()));
+    return fail("no response from " + connection.server_endpoint());
 }
 
 int judge_reply(utils::byte_span datagram, const AccessRequest& request, const ServerConnection& connection,

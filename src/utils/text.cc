@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <stdexcept>
 
 #include "quarn/utils/ascii.h"
@@ -40,11 +41,15 @@ constexpr std::array<Utf8Sequence, last_lead_byte - first_lead_byte + 1> utf8_se
 
 }  // namespace
 
-std::string trim(std::string text) {
+std::string_view trimmed(std::string_view text) {
     const auto not_space = [](char character) { return !is_space(character); };
-    text.erase(text.begin(), std::find_if(text.begin(), text.end(), not_space));
-    text.erase(std::find_if(text.rbegin(), text.rend(), not_space).base(), text.end());
-    return text;
+    const auto start = std::find_if(text.begin(), text.end(), not_space);
+    const auto end = std::find_if(text.rbegin(), std::make_reverse_iterator(start), not_space).base();
+    return {start, end};
+}
+
+std::string trim(std::string_view text) {
+    return std::string(trimmed(text));
 }
 
 std::vector<std::string> split(std::string_view text, char delimiter) {

@@ -2,20 +2,37 @@
 // bytes may be shown as text. All are pure and independent of the locale.
 #pragma once
 
+#include <charconv>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace quarn::utils {
 
 /// The text without leading and trailing white space; inner white space stays.
-std::string trim(std::string text);
+std::string trim(std::string_view text);
+
+/// The same, as a view of it.
+std::string_view trimmed(std::string_view text);
 
 /// The pieces between delimiters, untrimmed, empty ones kept: always one more than there are delimiters, so
 /// that an empty text gives one empty piece.
 std::vector<std::string> split(std::string_view text, char delimiter);
+
+/// The whole text as a decimal number; nothing when it is anything else, blanks and a plus sign included, or
+/// does not fit.
+template <std::integral Number>
+std::optional<Number> parse_decimal(std::string_view text) {
+    Number number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, status] = std::from_chars(text.data(), end, number);
+    return status == std::errc{} && stop == end ? std::optional(number) : std::nullopt;
+}
 
 /// Decodes hexadecimal digits (either case, no prefix) into the bytes they stand for, high digit first.
 /// Throws `std::invalid_argument`: "odd number of hex digits: " or "invalid hex digit in: " and the input.

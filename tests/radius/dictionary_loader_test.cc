@@ -619,6 +619,16 @@ TEST_F(DictionaryValues, AreLimitedInNumberSoThatAliasesCannotMultiplyThem) {
               "<path>: values for attribute 'A200': more than 200000 values in all");
 }
 
+TEST_F(DictionaryValues, OfOneAttributeMayBeVeryMany) {
+    std::string json = R"({"attributes": {"A": {"code": "1", "values": {)";
+    for (int i = 0; i < 150'000; ++i) {
+        json += (i > 0 ? ",\n\"V" : "\"V") + std::to_string(i) + "\": " + std::to_string(i);
+    }
+    load(json + "}}}}");
+    EXPECT_EQ(dictionary.enum_value("A", "v149999"), 149'999U);
+    EXPECT_EQ(dictionary.enum_name("A", 77), "V77");
+}
+
 TEST_F(DictionaryValues, AreFoundInBothDirections) {
     load("attributes: {Mode: {code: 1, type: enum, values: {Off: 0, On: 1, Auto: 0x10, Max: 4294967295}}}");
     EXPECT_EQ(dictionary.enum_value("Mode", "Off"), 0U);
@@ -837,6 +847,14 @@ TEST_F(DictionaryIncludes, AreRelativeToTheRealFileBehindASymbolicLink) {
     std::filesystem::create_symlink(real, folder.path() / "linked/root.yaml");
     dictionary.load(path_of("linked/root.yaml"));
     EXPECT_EQ(named("X").code, (CodePath{1}));
+}
+
+TEST_F(DictionaryIncludes, ThatAreSymbolicLinksAreLoadedFromWhereTheyPoint) {
+    write("real/sub/base.yaml", "attributes: {X: {code: 1}}");
+    const std::string real = write("real/next.yaml", "includes: [sub/base.yaml]");
+    std::filesystem::create_symlink(real, folder.path() / "link.yaml");
+    load("includes: [link.yaml]");
+    EXPECT_TRUE(named("X").known);
 }
 
 TEST_F(DictionaryIncludes, MayFollowSymbolicLinksToFolders) {

@@ -19,7 +19,7 @@ using test::ScratchFolder;
 
 bool is_plain(const std::string& text) {
     const ScratchFolder folder;
-    return JsonDocument::read(folder.write("file.yaml", text)).has_value();
+    return JsonDocument().read(folder.write("file.yaml", text));
 }
 
 /// An object in an object, and so on.
@@ -33,16 +33,16 @@ std::string deeply_nested(int depth) {
 
 TEST(JsonDocument, HandsOutWhatAFileHolds) {
     const ScratchFolder folder;
-    const auto document = JsonDocument::read(folder.write("file.yaml", R"({
+    JsonDocument document;
+    ASSERT_TRUE(document.read(folder.write("file.yaml", R"({
 "vendor": {"id": 9, "name": "Example"},
 "attributes": {
   "One": {"code": "26.9.1", "has_tag": true},
 
   "Two": {"code": "26.9.2", "has_tag": false, "values": {"Off": 0}}
 }
-})"));
-    ASSERT_TRUE(document);
-    const JsonNode root = document->root();
+})")));
+    const JsonNode root = document.root();
     EXPECT_TRUE(root.IsMap());
     EXPECT_FALSE(root["includes"]);
     EXPECT_EQ(root["vendor"]["id"].as<std::string>(), "9");
@@ -65,15 +65,32 @@ TEST(JsonDocument, HandsOutWhatAFileHolds) {
 
 TEST(JsonDocument, FindsTheFirstOfTwoEntriesOfOneKeyAndListsBoth) {
     const ScratchFolder folder;
-    const auto document = JsonDocument::read(folder.write("file.yaml", R"({"x": {"k": 1, "k": 2}})"));
-    ASSERT_TRUE(document);
-    const JsonNode map = document->root()["x"];
+    JsonDocument document;
+    ASSERT_TRUE(document.read(folder.write("file.yaml", R"({"x": {"k": 1, "k": 2}})")));
+    const JsonNode map = document.root()["x"];
     EXPECT_EQ(map["k"].as<std::string>(), "1");
     std::vector<std::string> values;
     for (const JsonNode::Entry& entry : map) {
         values.push_back(entry.second.as<std::string>());
     }
     EXPECT_EQ(values, (std::vector<std::string>{"1", "2"}));
+}
+
+TEST(JsonDocument, ReadsOneFileAfterTheOther) {
+    const ScratchFolder folder;
+    const std::string longer = folder.write("longer.yaml", R"({"x": {"a": 1, "b": 2, "c": 3}})");
+    const std::string shorter = folder.write("shorter.yaml", R"({"y": 4})");
+    const std::string faulty = folder.write("faulty.yaml", R"({"x": {"a": )");
+
+    JsonDocument document;
+    ASSERT_TRUE(document.read(longer));
+    ASSERT_TRUE(document.read(shorter));
+    EXPECT_FALSE(document.root()["x"]);
+    EXPECT_EQ(document.root()["y"].as<std::string>(), "4");
+    EXPECT_FALSE(document.read(faulty));
+    ASSERT_TRUE(document.read(longer));
+    EXPECT_EQ(document.root()["x"]["c"].as<std::string>(), "3");
+    EXPECT_FALSE(document.root()["y"]);
 }
 
 TEST(JsonDocument, TakesAnEmptyObject) {
@@ -131,13 +148,13 @@ TEST(JsonDocument, LeavesAHugeFileToYaml) {
     const ScratchFolder folder;
     const std::string file = folder.write("file.yaml", "{}");
     std::filesystem::resize_file(file, (std::uintmax_t{64} << 20) + 1);  // sparse: it takes no room
-    EXPECT_FALSE(JsonDocument::read(file));
+    EXPECT_FALSE(JsonDocument().read(file));
 }
 
 TEST(JsonDocument, LeavesWhatCannotBeReadToYaml) {
     const ScratchFolder folder;
-    EXPECT_FALSE(JsonDocument::read((folder.path() / "missing.yaml").string()));
-    EXPECT_FALSE(JsonDocument::read(folder.path().string()));
+    EXPECT_FALSE(JsonDocument().read((folder.path() / "missing.yaml").string()));
+    EXPECT_FALSE(JsonDocument().read(folder.path().string()));
 }
 
 /// Loads a text once as it is, and once with a comment behind it that only yaml-cpp takes, under one path.
@@ -146,7 +163,7 @@ void expect_same_dictionary_from_both_readers(const std::string& text) {
     const std::string file = folder.write("file.yaml", text);
     const std::string by_json = test::describe_loaded(file, text);
     folder.write("file.yaml", text + "\n# for yaml-cpp\n");
-    ASSERT_FALSE(JsonDocument::read(file));
+    ASSERT_FALSE(JsonDocument().read(file));
     const std::string by_yaml = test::describe_loaded(file, text);
     EXPECT_EQ(by_json, by_yaml) << text;
 }
@@ -159,7 +176,7 @@ TEST(BothReaders, GiveTheSameDictionaryForEveryShippedFile) {
         if (entry.path().extension() != ".yaml" || name == "dictionary.yaml" || name == "full.yaml") {
             continue;  // the roots are block YAML
         }
-        EXPECT_TRUE(JsonDocument::read(entry.path().string())) << name;
+        EXPECT_TRUE(JsonDocument().read(entry.path().string())) << name;
         SCOPED_TRACE(entry.path().string());
         std::ifstream stream(entry.path(), std::ios::binary);
         expect_same_dictionary_from_both_readers(

@@ -1,6 +1,5 @@
 #include "quarn/tools/server_connection.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netdb.h>
 
@@ -9,7 +8,6 @@
 #include <iterator>
 #include <limits>
 #include <string>
-#include <type_traits>
 
 #include "quarn/tools/client_error.h"
 #include "support/udp_peer.h"
@@ -51,37 +49,6 @@ std::pair<std::string, int> failed_call(const ClientSettings& settings) {
     } catch (const SystemCallError& error) {
         return {error.what(), error.error_number()};
     }
-}
-
-bool is_open(int descriptor) {
-    return fcntl(descriptor, F_GETFD) >= 0;
-}
-
-TEST(FileDescriptorTest, IsClosedAtTheEndOfItsScope) {
-    const int number = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    {
-        const FileDescriptor descriptor(number);
-        EXPECT_EQ(descriptor.get(), number);
-        EXPECT_TRUE(is_open(number));
-    }
-    EXPECT_FALSE(is_open(number));
-}
-
-TEST(FileDescriptorTest, IsClosedOnce) {
-    const int number = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    FileDescriptor descriptor(number);
-    descriptor.close();
-    EXPECT_FALSE(is_open(number));
-    // The number belongs to somebody else from here on.
-    const FileDescriptor other(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    ASSERT_EQ(other.get(), number);
-    descriptor.close();
-    EXPECT_TRUE(is_open(number));
-}
-
-TEST(FileDescriptorTest, CannotBeCopied) {
-    EXPECT_FALSE(std::is_copy_constructible_v<FileDescriptor>);
-    EXPECT_FALSE(std::is_copy_assignable_v<FileDescriptor>);
 }
 
 TEST(ServerConnectionTest, KnowsBothEnds) {

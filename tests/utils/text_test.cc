@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -401,6 +403,19 @@ TEST(WellFormedUtf8, HoldsForEveryAsciiByteControlsIncluded) {
         EXPECT_TRUE(is_well_formed_utf8(text_of_byte(byte)));
     }
     EXPECT_TRUE(is_well_formed_utf8("a\r\nb\0\x7F"sv));
+}
+
+TEST(ParseDecimal, TakesAWholeTextOfDigits) {
+    EXPECT_EQ(parse_decimal<std::uint32_t>("0"), 0U);
+    EXPECT_EQ(parse_decimal<std::uint32_t>("007"), 7U);
+    EXPECT_EQ(parse_decimal<std::uint32_t>("4294967295"), 4294967295U);
+    EXPECT_EQ(parse_decimal<std::int32_t>("-2147483648"), std::numeric_limits<std::int32_t>::min());
+}
+
+TEST(ParseDecimal, RefusesAnythingElse) {
+    for (const char* const text : {"", " 1", "1 ", "+1", "-1", "0x10", "1a", "4294967296"}) {
+        EXPECT_EQ(parse_decimal<std::uint32_t>(text), std::nullopt) << text;
+    }
 }
 
 }  // namespace

@@ -1,13 +1,11 @@
 #include "quarn/tools/quarn_radius/dictionary_show.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
 #include <optional>
 #include <set>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
 #include <unordered_map>
 
 #include "quarn/radius/hiding.h"
@@ -19,18 +17,13 @@
 #include "quarn/tools/quarn_radius/nearest_name.h"
 #include "quarn/utils/ascii.h"
 #include "quarn/utils/case_insensitive.h"
+#include "quarn/utils/text.h"
 
 namespace quarn::companion {
 
 namespace {
 
 namespace radius = subscriber::radius;
-
-std::optional<std::uint32_t> parse_number(std::string_view text) {
-    std::uint32_t number = 0;
-    const auto [end, status] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return status == std::errc{} && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
-}
 
 /// What a hiding method does, in brackets.
 std::string hiding_text(std::uint32_t encrypt) {
@@ -218,7 +211,7 @@ Findings DictionaryCatalogue::find(const std::string& query) const {
                 })};
     }
     std::string name = query;
-    const auto code = parse_code(query, parse_number);
+    const auto code = parse_code(query, utils::parse_decimal<std::uint32_t>);
     if (code) {
         if (const auto& attribute = dictionary_.attribute_by_code(*code); attribute.known) {
             name = attribute.name;
@@ -231,7 +224,7 @@ Findings DictionaryCatalogue::find(const std::string& query) const {
         return {Findings::Kind::One, std::move(named)};
     }
     const radius::VendorInfo* vendor = dictionary_.vendor_by_name(query);
-    if (const auto number = parse_number(query); vendor == nullptr && number) {
+    if (const auto number = utils::parse_decimal<std::uint32_t>(query); vendor == nullptr && number) {
         vendor = dictionary_.vendor_by_id(*number);
     }
     // A number alone is an attribute's first of all, so that the vendors of small numbers need this way.

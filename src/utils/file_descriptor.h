@@ -1,0 +1,33 @@
+// An open file or socket that closes itself.
+#pragma once
+
+#include <unistd.h>
+
+#include <utility>
+
+namespace quarn::utils {
+
+/// A file descriptor, closed when it goes out of scope.
+class FileDescriptor {
+  public:
+    /// Takes over a descriptor; a negative one stands for none.
+    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
+    ~FileDescriptor() { close(); }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+    /// The descriptor, still owned; negative when there is none.
+    int get() const { return descriptor_; }
+
+    /// Closes it at once, for good.
+    void close() {
+        if (const int descriptor = std::exchange(descriptor_, -1); descriptor >= 0) {
+            ::close(descriptor);
+        }
+    }
+
+  private:
+    int descriptor_;
+};
+
+}  // namespace quarn::utils
