@@ -61,6 +61,7 @@ class SecretText {
 
     bool empty() const { return bytes_.empty(); }
 
+    /// Not in constant time: for finding one's own secrets, not for comparing what was received.
     template <std::convertible_to<std::string_view> Text>
     bool operator==(const Text& other) const {
         return static_cast<std::string_view>(*this) == static_cast<std::string_view>(other);

@@ -4,7 +4,7 @@
 
 namespace quarn::subscriber::radius {
 
-ContainerKind container_of_top_level(const AttributeMetadata& record, std::uint32_t type) {
+ContainerKind top_level_container(const AttributeMetadata& record, std::uint32_t type) {
     if (record.known) {
         return record.kind;
     }
@@ -15,9 +15,9 @@ ContainerKind container_of_top_level(const AttributeMetadata& record, std::uint3
 }
 
 ContainerKind top_level_container(const RadiusDictionary* dictionary, std::uint32_t type) {
-    return container_of_top_level(dictionary != nullptr ? dictionary->top_level_attribute(type)
-                                                        : RadiusDictionary::unknown_definition(),
-                                  type);
+    return top_level_container(dictionary != nullptr ? dictionary->top_level_attribute(type)
+                                                     : RadiusDictionary::unknown_definition(),
+                               type);
 }
 
 const VendorInfo& vendor_format(const RadiusDictionary* dictionary, std::uint32_t vendor_id) {

@@ -16,7 +16,7 @@ namespace quarn::subscriber::radius {
 ContainerKind top_level_container(const RadiusDictionary* dictionary, std::uint32_t type);
 
 /// The same for the dictionary's record of the type, or the unknown one.
-ContainerKind container_of_top_level(const AttributeMetadata& record, std::uint32_t type);
+ContainerKind top_level_container(const AttributeMetadata& record, std::uint32_t type);
 
 /// The sub-attribute format of a vendor: the dictionary's or, for a vendor that it lacks, a 1-byte type, a
 /// 1-byte length and no continuation byte (RFC 2865, section 5.26). Valid for as long as the dictionary is.

@@ -1,9 +1,9 @@
 // MD5 and HMAC-MD5 over lists of byte spans, for the codec's formulas. Internal to the library.
 //
 // OpenSSL's objects are kept per thread and freed when the thread ends: the MD5 context and algorithm, the
-// HMAC algorithm, and one keyed HMAC context for each secret ever used. A warm thread creates none. The
-// digests report no failure: where OpenSSL cannot compute one, the result is sixteen zero bytes, which
-// `RadiusPacket::validate` accepts from nobody.
+// HMAC algorithm, and one keyed HMAC context for each secret ever used. A warm thread makes none of these
+// anew. The digests report no failure: where OpenSSL cannot compute one, the result is sixteen zero bytes,
+// which `RadiusPacket::validate` accepts from nobody.
 #pragma once
 
 #include <initializer_list>

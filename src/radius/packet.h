@@ -94,7 +94,8 @@ class RadiusPacket {
     /// Every entry of `attribute_map` once, in the order in which the keys were first inserted.
     std::vector<RadiusAttribute*> attribute_order;
 
-    Bytes raw;  ///< the datagram from which the packet was decoded; empty for one built in memory
+    Bytes raw;  ///< the datagram from which the packet was decoded, what follows its Length included, and the
+                ///< bytes that `validate` covers; empty for a packet built in memory
 
   private:
     friend class PacketDecoder;  // the library's own, behind `pkt_load`

@@ -214,7 +214,7 @@ class PacketEncoder {
         } else {
             // A plain attribute may be a list of TLVs, as IPv6-6rd-Configuration is (RFC 6930, section 4). It
             // is the whole list that is split and joined then, not the TLV inside.
-            const bool is_tlv = container == ContainerKind::Tlv && path.size() > 1;
+            const bool is_tlv = container == ContainerKind::Tlv && path.size() > 1;  // so a dictionary says
             const AttributeMetadata& record =
                 is_tlv ? dictionary->top_level_attribute(type) : *attribute.metadata;
             const bool may_split = dictionary != nullptr && (record.concat || record.continuation);

@@ -97,7 +97,7 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
 
         joined_by_this_attribute_ = false;
         const AttributeMetadata& record = packet_.dictionary->top_level_attribute(type);
-        switch (container_of_top_level(record, type)) {
+        switch (top_level_container(record, type)) {
             case ContainerKind::Vsa:
                 decode_vendor_specific(type, value);
                 break;
@@ -286,11 +286,8 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
         if (is_new || entry.code_path == path) {
             return entry;
         }
-        const auto namesake =
-            std::find_if(namesakes_.begin(), namesakes_.end(),
-                         [&path](const RadiusAttribute& attribute) { return attribute.code_path == path; });
-        return namesake != namesakes_.end() ? *namesake
-                                            : namesakes_.emplace_back(record, path, std::string());
+        const auto [namesake, is_first] = namesake_by_path_.try_emplace(path, namesakes_.size());
+        return is_first ? namesakes_.emplace_back(record, path, std::string()) : namesakes_[namesake->second];
     }
 
     void report_open_fragments() {
@@ -321,6 +318,7 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
 
     /// Attributes under whose key another code path came first. Their values follow all of that one's.
     std::deque<RadiusAttribute> namesakes_;
+    std::map<CodePath, std::size_t> namesake_by_path_;  // where it is in `namesakes_`
 };
 
 std::vector<ParseIssue> pkt_load(RadiusPacket& packet, const std::uint8_t* data, std::size_t length,

@@ -8,7 +8,6 @@
 #include "quarn/radius/packet_code.h"
 #include "radius/codec_dictionary.h"
 #include "support/dictionaries.h"
-#include "support/reference_digests.h"
 
 namespace quarn::subscriber::radius {
 namespace {
@@ -214,6 +213,11 @@ attributes:
     // 222 is undefined, and so its key is the name that the dictionary gives to 25.
     EXPECT_EQ(lines_with(dictionary, "19 03 61  05 03 62  de 03 63"),
               (Lines{"attr-222 (25) 61 63", "attr-5 (5) 62"}));
+}
+
+TEST(LoadAttributes, joins_the_values_of_one_unknown_path) {
+    EXPECT_EQ(lines_of("1a 09 00000009 4d 03 61  01 03 63  1a 09 00000009 4d 03 62"),
+              (Lines{"attr-26.9.77 (26.9.77) 61 62", "User-Name (1) 63"}));
 }
 
 TEST(LoadAttributes, puts_the_values_of_one_path_before_those_of_a_later_one_of_the_same_name) {
