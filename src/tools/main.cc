@@ -91,6 +91,8 @@ int main(int argc, char* argv[]) {
         std::cout.flush();
         errno = error.error_number();
         std::perror(error.what());
+    } catch (const std::exception& error) {  // there is no memory left, say
+        std::cerr << "authprobe: " << error.what() << '\n';
     }
     // Not returned: taking a large dictionary apart, record by record, would keep the user waiting.
     std::exit(status);

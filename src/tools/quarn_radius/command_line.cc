@@ -246,7 +246,12 @@ ExitStatus run_command(int argc, const char* const* argv, std::ostream& output, 
 }  // namespace
 
 ExitStatus run(int argc, const char* const* argv, std::ostream& output, std::ostream& errors) {
-    const ExitStatus status = run_command(argc, argv, output, errors);
+    ExitStatus status = ExitStatus::FileProblem;
+    try {
+        status = run_command(argc, argv, output, errors);
+    } catch (const std::exception& error) {  // there is no memory left, say
+        errors << "quarn-radius: " << error.what() << '\n';
+    }
     // A full disk, say, shows only when what is buffered is written.
     if (!output.flush() && !reader_has_left()) {
         errors << "quarn-radius: standard output: cannot write\n";

@@ -60,7 +60,7 @@ bool is_all_digits(std::string_view text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), utils::is_digit);
 }
 
-/// Whether a text that the loader reads as a number says more than the 32 bits that are kept of it.
+/// Whether a text that the loader has read as a number says more than the 32 bits that it kept.
 bool exceeds_32_bits(const YAML::Node& node, std::uint32_t kept) {
     const std::string text = utils::trim(text_of(node).value_or(""));
     std::string_view digits = text;

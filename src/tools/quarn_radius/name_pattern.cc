@@ -3,12 +3,25 @@
 #include <regex.h>
 
 #include <array>
+#include <cstddef>
 #include <stdexcept>
 #include <utility>
 
 namespace quarn::companion {
 
+namespace {
+
+/// No name is this long. The C library's `regcomp` calls itself for each bracket: some ten thousand of them
+/// would overflow the stack.
+constexpr std::size_t max_expression_size = 256;
+
+}  // namespace
+
 NamePattern::NamePattern(const std::string& expression) {
+    if (expression.size() > max_expression_size) {
+        throw std::invalid_argument("invalid regular expression: more than " +
+                                    std::to_string(max_expression_size) + " characters");
+    }
     auto compiled = std::make_unique<regex_t>();
     const int failure = regcomp(compiled.get(), expression.c_str(), REG_EXTENDED | REG_ICASE | REG_NOSUB);
     if (failure != 0) {

@@ -1,6 +1,7 @@
 #include "quarn/tools/quarn_radius/dictionary_check.h"
 
 #include <gtest/gtest.h>
+#include <yaml-cpp/yaml.h>
 
 #include <algorithm>
 
@@ -330,6 +331,18 @@ TEST_F(DictionaryCheckTest, CodesOfMoreThan32BitsAreToldAsWhatTheyAreReadAs) {
     EXPECT_EQ(dictionary.attribute_by_code({4}).name, "Signed");
     for (const char* const lost : {"Lost", "Lost-Below", "Two-Signs", "Sign"}) {
         EXPECT_FALSE(dictionary.attribute_by_name(lost).known) << lost;
+    }
+}
+
+TEST_F(DictionaryCheckTest, KnowsEveryTypeOfTheSchema) {
+    const YAML::Node schema = YAML::LoadFile(QUARN_SOURCE_DIR "/share/quarn/radius/dictionary.schema.json");
+    const YAML::Node types = schema["definitions"]["attribute"]["properties"]["type"]["anyOf"][0]["enum"];
+    ASSERT_GT(types.size(), 0U);
+    for (const YAML::Node& type : types) {
+        const std::string name = type.as<std::string>();
+        for (const std::string& line : check("attributes:\n  A: {code: 241.1, type: " + name + "}\n")) {
+            EXPECT_EQ(line.find("unknown type"), std::string::npos) << line;
+        }
     }
 }
 

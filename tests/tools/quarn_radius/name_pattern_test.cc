@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "support/thrown_text.h"
+
 namespace quarn::companion {
 namespace {
 
@@ -22,6 +24,13 @@ TEST(NamePattern, RefusesWhatIsNoExpression) {
         EXPECT_EQ(std::string(error.what()).substr(0, 33), "invalid regular expression /(/: U")
             << error.what();
     }
+}
+
+TEST(NamePattern, RefusesAnExpressionThatIsTooLong) {
+    EXPECT_TRUE(NamePattern(std::string(256, 'a')).matches(std::string(300, 'A')));
+    EXPECT_EQ(
+        test::thrown_text<std::invalid_argument>([] { const NamePattern pattern(std::string(257, '(')); }),
+        "invalid regular expression: more than 256 characters");
 }
 
 }  // namespace
