@@ -1,5 +1,5 @@
-# What `cmake --install` puts where. All of it is below the prefix and finds its neighbours by relative paths, so
-# that an installed tree can be moved. Two components: "programs" is for whoever asks a server something,
+# What `cmake --install` puts where. All of it is below the prefix. The library, its headers and its packages find each
+# other by relative paths, so that they can be moved together. Two components: "programs" is for whoever asks a server something,
 # "development" for whoever builds on the library.
 include(CMakePackageConfigHelpers)
 

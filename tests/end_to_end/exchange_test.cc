@@ -81,6 +81,12 @@ TEST(Exchange, SendsAsOftenAsRetrySays) {
     EXPECT_GE(run.client.duration, std::chrono::milliseconds(1000));
 }
 
+TEST(Exchange, SendsThreeTimesWhenToldWhatIsTheDefault) {
+    const Conversation run = converse({}, with_options({"--timeout", "1", "--retry", "3"}));
+    expect_the_same_datagram(run.requests, 3);
+    expect_unanswered(run, run.no_reply() + run.no_reply() + run.no_reply() + no_response_from(run.server()));
+}
+
 TEST(Exchange, AcceptsALateAnswerToAnEarlierAttempt) {
     const Conversation run = converse(
         {

@@ -184,6 +184,27 @@ TEST(Request, CarriesNoCredentialWithoutAPassword) {
               (std::vector<int>{nas_ip_address, calling_station_id, message_authenticator}));
 }
 
+TEST(Request, CarriesEverythingButACredentialWithoutAPassword) {
+    const Conversation run =
+        run_listing({"--username", "bob", "--nas-ip-address", "192.0.2.7", "--nas-port", "17",
+                     "--framed-protocol", "PPP", "--calling-station-id", "00-11-22-33-44-55"},
+                    "     User-Name = \"bob\"\n"
+                    "     NAS-IP-Address = 192.0.2.7\n"
+                    "     NAS-Port = 17\n"
+                    "     Framed-Protocol = PPP\n"
+                    "     Calling-Station-Id = \"00-11-22-33-44-55\"\n"
+                    "     Message-Authenticator = 0x00000000000000000000000000000000\n");
+    const std::vector<WireAttribute> expected = {
+        {user_name, utils::to_bytes("bob")},
+        {nas_ip_address, hex("c0000207")},
+        {nas_port, hex("00000011")},
+        {framed_protocol, hex("00000001")},
+        {calling_station_id, utils::to_bytes("00-11-22-33-44-55")},
+        {message_authenticator, value_of(run.request(), message_authenticator)},
+    };
+    EXPECT_EQ(attributes_of(run.request()), expected);
+}
+
 TEST(Request, LeavesOnlyTheMessageAuthenticatorOutWhenToldSo) {
     const Conversation run = converse_with(
         accept, {.options = {"--no-message-auth", "--username", "bob", "--password", "hello", "--nas-port",

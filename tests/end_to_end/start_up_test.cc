@@ -214,6 +214,14 @@ TEST(StartUp, TellsThatTheDictionaryCannotBeLoaded) {
     expect_reason(path + ": vendor 'Example' (line 1): vendor format length size must be 1..4, got 0");
 }
 
+TEST(StartUp, TellsThatTheDictionaryIsAFolder) {
+    const ScratchFolder folder;
+    const std::string path = folder.path().string();
+    expect_failure(
+        {"-d", path, "127.0.0.1", "secret"},
+        "authprobe: failed to load dictionary \"" + path + "\": " + path + ": cannot load: is a directory\n");
+}
+
 TEST(StartUp, NamesTheIncludedDictionaryFileAtFault) {
     const ScratchFolder folder;
     const std::string root = folder.write("dictionary.yaml", "includes: [more.yaml]\n");

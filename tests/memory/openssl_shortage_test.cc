@@ -15,7 +15,6 @@
 #include "quarn/radius/random.h"
 #include "support/dictionaries.h"
 #include "support/packets.h"
-#include "support/reference_digests.h"
 #include "support/wire.h"
 
 namespace quarn::test {
@@ -41,9 +40,10 @@ class OpenSslShortage : public testing::TestWithParam<Shortage> {
         radius::auth::mschap_response(1, "password", {});
     }
 
+    /// Each allocation of the attempt fails in turn; there is one at least.
     template <typename Attempt>
-    std::size_t for_each_allocation(Attempt attempt) {
-        return test::for_each_allocation(Allocator::OpenSsl, GetParam(), attempt);
+    void for_each_allocation(Attempt attempt) {
+        EXPECT_GT(test::for_each_allocation(Allocator::OpenSsl, GetParam(), attempt), 0U);
     }
 };
 
@@ -53,20 +53,19 @@ INSTANTIATE_TEST_SUITE_P(For, OpenSslShortage, testing::Values(Shortage::Once, S
                          });
 
 TEST_P(OpenSslShortage, GivesARightDigestOrZeros) {
-    const Authenticator right = reference_md5({as_bytes("abc")});
-    const std::size_t failed = for_each_allocation([&](const ShortageAt& here) {
+    const Authenticator right = md5(as_bytes("abc"));
+    for_each_allocation([&](const ShortageAt& here) {
         Authenticator digest{};
         const Outcome outcome = here.during([&] { digest = radius::md5_spans({as_bytes("abc")}); });
         EXPECT_EQ(outcome.failure(), "");
         EXPECT_TRUE(digest == right || (outcome.was_short && digest == ZERO16)) << to_hex(digest);
         return outcome;
     });
-    EXPECT_GT(failed, 0U);
 }
 
 TEST_P(OpenSslShortage, GivesARightHmacOrZeros) {
-    const Authenticator right = reference_hmac_md5(secret, {as_bytes("abc")});
-    const std::size_t failed = for_each_allocation([&](const ShortageAt& here) {
+    const Authenticator right = hmac_md5(secret, as_bytes("abc"));
+    for_each_allocation([&](const ShortageAt& here) {
         Authenticator digest{};
         const Outcome outcome =
             here.during([&] { digest = radius::hmac_md5_spans(secret, {as_bytes("abc")}); });
@@ -74,11 +73,10 @@ TEST_P(OpenSslShortage, GivesARightHmacOrZeros) {
         EXPECT_TRUE(digest == right || (outcome.was_short && digest == ZERO16)) << to_hex(digest);
         return outcome;
     });
-    EXPECT_GT(failed, 0U);
 }
 
 TEST_P(OpenSslShortage, SpoilsNoContextThatIsThere) {
-    const Authenticator right = reference_hmac_md5(secret, {as_bytes("abc")});
+    const Authenticator right = hmac_md5(secret, as_bytes("abc"));
     for_each_allocation([&](const ShortageAt& here) {
         radius::md5_spans({as_bytes("another message")});
         radius::hmac_md5_spans(secret, {as_bytes("another message")});
@@ -91,7 +89,7 @@ TEST_P(OpenSslShortage, SpoilsNoContextThatIsThere) {
         EXPECT_EQ(outcome.failure(), "");
         EXPECT_TRUE(hmac == right || (outcome.was_short && hmac == ZERO16)) << to_hex(hmac);
         // And later, with memory there again.
-        EXPECT_EQ(radius::md5_spans({as_bytes("abc")}), reference_md5({as_bytes("abc")}));
+        EXPECT_EQ(radius::md5_spans({as_bytes("abc")}), md5(as_bytes("abc")));
         EXPECT_EQ(radius::hmac_md5_spans(secret, {as_bytes("abc")}), right);
         return outcome;
     });
@@ -160,7 +158,7 @@ TEST_P(OpenSslShortage, AcceptsNoReplyThatIsNotAuthentic) {
     for (const bool message_authenticator : {true, false}) {
         const RadiusPacket authentic = decoded_reply(radius::ACCESS_ACCEPT, secret, message_authenticator);
         const RadiusPacket forged = decoded_reply(radius::ACCESS_ACCEPT, "another", message_authenticator);
-        const std::size_t failed = for_each_allocation([&](const ShortageAt& here) {
+        for_each_allocation([&](const ShortageAt& here) {
             std::string of_authentic;
             std::string of_forged;
             const Outcome outcome = here.during([&] {
@@ -175,7 +173,6 @@ TEST_P(OpenSslShortage, AcceptsNoReplyThatIsNotAuthentic) {
             EXPECT_TRUE(of_authentic.empty() || outcome.was_short) << of_authentic;
             return outcome;
         });
-        EXPECT_GT(failed, 0U);
     }
 }
 

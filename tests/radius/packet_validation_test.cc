@@ -8,7 +8,7 @@
 #include "radius/codec_dictionary.h"
 #include "support/dictionaries.h"
 #include "support/no_algorithms.h"
-#include "support/reference_digests.h"
+#include "support/wire.h"
 
 // The packets of these tests are signed by the formulas of the RFCs with OpenSSL's own digests, not by the
 // encoder, so that an error common to encoder and validator cannot hide.
@@ -75,7 +75,7 @@ Bytes with_message_authenticator(Bytes raw, std::size_t offset, std::string_view
         put(covered, 4, ZERO16);
     }
     put(covered, offset, ZERO16);
-    put(raw, offset, test::reference_hmac_md5(key, {covered}));
+    put(raw, offset, test::hmac_md5(key, covered));
     return raw;
 }
 
@@ -85,7 +85,7 @@ Bytes with_authenticator(Bytes raw, std::string_view key = secret) {
         return raw;
     }
     put(raw, 4, is_response_code(raw[0]) ? request_authenticator : ZERO16);
-    put(raw, 4, test::reference_md5({raw, utils::as_bytes(key)}));
+    put(raw, 4, test::md5(test::joined({raw, utils::to_bytes(key)})));
     return raw;
 }
 

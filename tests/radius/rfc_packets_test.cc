@@ -7,7 +7,7 @@
 #include "quarn/radius/packet_code.h"
 #include "support/dictionaries.h"
 #include "support/packets.h"
-#include "support/reference_digests.h"
+#include "support/wire.h"
 
 namespace quarn::subscriber::radius {
 namespace {
@@ -131,9 +131,10 @@ RadiusPacket decoded(std::string_view wire, std::string_view request_wire = "") 
 std::string response_authenticator(std::string_view reply_wire, std::string_view request_wire) {
     const Bytes reply = hex(reply_wire);
     const Bytes request = hex(request_wire);
-    const byte_span bytes = reply;
-    return to_hex(test::reference_md5(
-        {bytes.first(4), byte_span(request).subspan(4, 16), bytes.subspan(20), utils::as_bytes(secret)}));
+    return to_hex(test::md5(test::joined({{reply.begin(), reply.begin() + 4},
+                                          {request.begin() + 4, request.begin() + 20},
+                                          {reply.begin() + 20, reply.end()},
+                                          utils::to_bytes(secret)})));
 }
 
 TEST(Rfc2865TelnetRequest, is_encoded) {

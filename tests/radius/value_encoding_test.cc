@@ -143,6 +143,8 @@ TEST(IntegerEncoding, drops_every_other_text) {
                                   {"PPP", "nothing"},
                                   {"1x", "nothing"},
                                   {"1 ", "nothing"},
+                                  {" 5", "nothing"},
+                                  {"+5", "nothing"},
                                   {"0x10", "nothing"},
                                   {"1.0", "nothing"},
                                   {"-", "nothing"},
@@ -359,6 +361,7 @@ TEST(Ipv4AddressEncoding, refuses_everything_else) {
 TEST(Ipv4PrefixEncoding, is_a_zero_byte_the_length_and_the_whole_address) {
     expect_results("ipv4prefix", {
                                      {"10.0.0.0/8", bytes("00 08 0a 00 00 00")},
+                                     {"10.0.0.0/08", bytes("00 08 0a 00 00 00")},
                                      {"10.1.2.3/0", bytes("00 00 0a 01 02 03")},
                                      {"10.1.2.3/32", bytes("00 20 0a 01 02 03")},
                                  });
@@ -366,8 +369,8 @@ TEST(Ipv4PrefixEncoding, is_a_zero_byte_the_length_and_the_whole_address) {
 
 TEST(Ipv4PrefixEncoding, refuses_everything_else) {
     for (const std::string text : {"10.0.0.0/33", "10.0.0.0", "", "/", "/24", "10.0.0.0/", "10.0.0.0/-1",
-                                   "10.0.0.0/8x", "10.0.0.0/8/8", "10.0.0/8", "10.0.0.0 /8", "10.0.0.0/ 8",
-                                   "10.0.0.0/256", "10.0.0.0/264", "2001:db8::/32"}) {
+                                   "10.0.0.0/+8", "10.0.0.0/8x", "10.0.0.0/8/8", "10.0.0/8", "10.0.0.0 /8",
+                                   "10.0.0.0/ 8", "10.0.0.0/256", "10.0.0.0/264", "2001:db8::/32"}) {
         EXPECT_EQ(encoded(record_of("ipv4prefix"), text), "invalid ipv4prefix: " + text);
     }
 }

@@ -207,6 +207,7 @@ TEST(CommandLine, ShowsTheUsageAfterTheParsersOwnDiagnostic) {
 
 TEST(CommandLine, ReadsTimeoutAndRetryLeniently) {
     EXPECT_EQ(read_options({"--timeout", "7s"}).timeout, 7);
+    EXPECT_EQ(read_options({"--timeout", "2x"}).timeout, 2);
     EXPECT_EQ(read_options({"--timeout", " +2x"}).timeout, 2);
     EXPECT_EQ(read_options({"--timeout", "2147483647"}).timeout, 2147483647);
     EXPECT_EQ(read_options({"--retry", "7s"}).retry, 7);
