@@ -121,7 +121,7 @@ class RadiusDictionary {
 
     // Every definition and value ever read, those replaced since included: the indexes hold positions here.
     utils::StableVector<AttributeMetadata> records_;
-    std::vector<NamedValue> values_;
+    utils::StableVector<NamedValue> values_;
 
     utils::HashIndex attributes_by_name_;
     utils::HashIndex attributes_by_code_;

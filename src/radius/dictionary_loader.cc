@@ -53,12 +53,14 @@ std::string canonical_path(const std::string& path) {
     }
 }
 
-/// The same for many paths: most lie in a few folders, of which each is followed up once.
-class CanonicalPaths {
+/// Canonical paths for files of which most lie in a few folders: each folder is followed up once.
+class CanonicalFolders {
   public:
-    std::string of(const std::string& path) {
+    /// The canonical path of a file that is no symbolic link itself.
+    std::string path_of(const std::string& path) {
         const std::size_t slash = path.rfind('/');
-        if (slash == std::string::npos || slash == 0 || !is_plain_entry(path, slash + 1)) {
+        const std::string_view name = std::string_view(path).substr(slash + 1);  // all of it without a slash
+        if (slash == std::string::npos || slash == 0 || name.empty() || name == "." || name == "..") {
             return canonical_path(path);
         }
         const std::string folder = path.substr(0, slash);
@@ -66,22 +68,10 @@ class CanonicalPaths {
         if (known == folders_.end()) {
             known = folders_.emplace(folder, canonical_path(folder)).first;
         }
-        const std::string& canonical = known->second;
-        return canonical + (canonical.ends_with('/') ? "" : "/") + path.substr(slash + 1);
+        return known->second + (known->second.ends_with('/') ? "" : "/") + std::string(name);
     }
 
   private:
-    /// Whether the name that starts at this place is that of a file or folder itself, and of no link to one.
-    static bool is_plain_entry(const std::string& path, std::size_t name_start) {
-        const std::string_view name = std::string_view(path).substr(name_start);
-        if (name.empty() || name == "." || name == "..") {
-            return false;
-        }
-        std::error_code cannot_tell;
-        const std::filesystem::file_type type = std::filesystem::symlink_status(path, cannot_tell).type();
-        return type == std::filesystem::file_type::regular || type == std::filesystem::file_type::directory;
-    }
-
     std::unordered_map<std::string, std::string> folders_;
 };
 
@@ -249,7 +239,7 @@ std::vector<std::string> read_includes(const std::string& file, const YAML::Node
 
 /// What lasts as long as one load.
 struct RadiusDictionary::LoadState {
-    CanonicalPaths canonical_paths;
+    CanonicalFolders folders;
     std::unordered_set<std::string> visited_files;  // canonical paths; the sources view them
     Sources sources;
     JsonDocument document;
@@ -275,14 +265,18 @@ void RadiusDictionary::_load_file(const std::string& path, LoadState& state) {
     std::vector<OpenFile> open_files;
 
     const auto open = [&](const std::string& requested) {
-        const auto [visit, is_first] = state.visited_files.insert(state.canonical_paths.of(requested));
-        if (!is_first) {
+        const std::string likely = state.folders.path_of(requested);
+        if (state.visited_files.contains(likely)) {
             return;
         }
-        const std::string& file = *visit;
-        if (state.document.read(file)) {
-            _load_blocks(file, state.document.root(), state.sources);  // a plain file includes no other
-        } else {
+        if (state.document.read(likely)) {  // so it is no link, and includes no other file
+            const std::string& file = *state.visited_files.insert(likely).first;
+            _load_blocks(file, state.document.root(), state.sources);
+            return;
+        }
+        const auto [visit, is_first] = state.visited_files.insert(canonical_path(requested));
+        if (is_first) {
+            const std::string& file = *visit;
             const YAML::Node root = read_document(file);
             open_files.push_back({file, root, read_includes(file, root)});
         }

@@ -212,8 +212,10 @@ bool JsonDocument::read(const std::string& file) {
 }
 
 bool JsonDocument::read_text(const std::string& file) {
-    // Without O_NONBLOCK a pipe that nobody writes to would keep the program waiting here.
-    const utils::FileDescriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    // Without O_NONBLOCK a pipe that nobody writes to would keep the program waiting here. The loader needs
+    // the real path of a file: a link is not followed.
+    const utils::FileDescriptor descriptor(
+        open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
     struct stat status {};
     if (descriptor.get() < 0 || fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
         status.st_size > max_file_size) {

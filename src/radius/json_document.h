@@ -22,7 +22,8 @@ class JsonDocument {
     /// Reads the file when it is plain: an object with nothing but objects, strings, decimal numbers, true
     /// and false inside, all in printable ASCII without escapes, and with a value of the right kind under
     /// every key that the loader reads. Returns false, with nothing left to look at, for any other file, a
-    /// faulty or unreadable one too: those are for yaml-cpp to read, or to tell what is wrong with them.
+    /// symbolic link, a faulty or an unreadable one too: those are for yaml-cpp to read, or to tell what is
+    /// wrong with them.
     bool read(const std::string& file);
 
     /// The top level of the file that was read.

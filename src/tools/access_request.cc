@@ -1,6 +1,5 @@
 #include "quarn/tools/access_request.h"
 
-#include <openssl/crypto.h>
 #include <unistd.h>
 
 #include <exception>
@@ -69,21 +68,6 @@ void add_attributes(RadiusPacket& packet, const ClientSettings& settings,
 }
 
 }  // namespace
-
-void wipe_user_password(RadiusPacket& packet) {
-    const auto entry = packet.attribute_map.find(std::string_view("User-Password"));
-    if (entry == packet.attribute_map.end()) {
-        return;
-    }
-    for (radius::RadiusValue& value : entry->second.values) {
-        OPENSSL_cleanse(value.data.data(), value.data.size());
-        if (value.string_cache) {
-            std::string& text = *value.string_cache;
-            OPENSSL_cleanse(text.data(), text.size());
-            value.string_cache.reset();
-        }
-    }
-}
 
 std::shared_ptr<const RadiusDictionary> load_dictionary(const ClientSettings& settings) {
     const std::string path =

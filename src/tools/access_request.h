@@ -18,9 +18,6 @@ struct AccessRequest {
     utils::Bytes datagram;                    ///< as sent
 };
 
-/// Overwrites a password that is in clear in the packet: it has been listed, and nobody needs it any more.
-void wipe_user_password(subscriber::radius::RadiusPacket& packet);
-
 /// Loads the dictionary that the settings name. Throws `ClientError`.
 std::shared_ptr<const subscriber::radius::RadiusDictionary> load_dictionary(const ClientSettings& settings);
 

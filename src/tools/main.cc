@@ -18,6 +18,7 @@
 #include "quarn/tools/command_line.h"
 #include "quarn/tools/exchange.h"
 #include "quarn/tools/server_connection.h"
+#include "quarn/tools/user_password.h"
 #include "quarn/tools/verdict.h"
 
 namespace {

@@ -1,17 +1,15 @@
 #include "quarn/tools/verdict.h"
 
-#include <openssl/crypto.h>
-
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <optional>
 #include <string>
 
-#include "quarn/radius/hiding.h"
 #include "quarn/radius/packet_code.h"
 #include "quarn/radius/pkt_load.h"
 #include "quarn/tools/console_report.h"
+#include "quarn/tools/user_password.h"
 
 namespace quarn::authprobe {
 
@@ -19,7 +17,6 @@ namespace {
 
 using subscriber::radius::RadiusPacket;
 using subscriber::radius::RadiusPacketValRes;
-using subscriber::radius::RadiusValue;
 using subscriber::radius::ValidationError;
 
 namespace radius = subscriber::radius;
@@ -28,23 +25,6 @@ namespace radius = subscriber::radius;
 int fail(const std::string& reason) {
     std::cerr << status_line(red, reason) << '\n' << status_line(red, "Fail") << "\n\n";
     return EXIT_FAILURE;
-}
-
-/// A server may send the password back, hidden with the request's authenticator and not with its own.
-void reveal_user_password(RadiusPacket& reply, std::string_view secret) {
-    const auto entry = reply.attribute_map.find(std::string_view("User-Password"));
-    if (entry == reply.attribute_map.end() || entry->second.values.empty()) {
-        return;
-    }
-    RadiusValue& value = entry->second.values.front();
-    if (value.data.empty() || value.data.size() % 16 != 0) {
-        return;
-    }
-    std::string password =
-        radius::decrypt_user_password(value.data, secret, reply.request_authenticator.value());
-    value.data = utils::to_bytes(password);
-    OPENSSL_cleanse(password.data(), password.size());
-    value.string_cache.reset();
 }
 
 void announce_reply(const RadiusPacket& reply, std::size_t length, const ServerConnection& connection) {

@@ -18,6 +18,7 @@
 #include "quarn/tools/access_request.h"
 #include "quarn/tools/auth_method.h"
 #include "quarn/tools/command_line.h"
+#include "quarn/tools/user_password.h"
 #include "support/dictionaries.h"
 #include "support/packets.h"
 #include "support/watched_memory.h"
