@@ -19,7 +19,6 @@ namespace {
 using test::codec_dictionary;
 using test::datagram;
 using test::hex;
-using test::pattern;
 using test::repeat;
 
 constexpr std::string_view secret = "xyzzy5461";

@@ -19,8 +19,8 @@ namespace {
 void flush_all() {
     std::cout.flush();
     std::cerr.flush();
-    std::fflush(stdout);
-    std::fflush(stderr);
+    static_cast<void>(std::fflush(stdout));
+    static_cast<void>(std::fflush(stderr));
 }
 
 Descriptor copy_of(int descriptor) {

@@ -43,8 +43,8 @@ __attribute__((constructor)) void read_orders() {
         rest.remove_prefix(std::min(rest.size(), order.size() + 1));
         const std::size_t equals = order.find('=');
         const std::size_t at = order.find('@');
-        orders().push_back({order.substr(0, equals), std::atoi(order.c_str() + equals + 1),
-                            at == std::string::npos ? 0 : std::atoi(order.c_str() + at + 1)});
+        orders().push_back({order.substr(0, equals), std::stoi(order.substr(equals + 1)),
+                            at == std::string::npos ? 0 : std::stoi(order.substr(at + 1))});
     }
 }
 

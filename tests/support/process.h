@@ -80,7 +80,7 @@ class Process {
     pid_t pid() const { return pid_; }
 
     /// Asks the program to end.
-    void terminate();
+    void terminate() const;
 
     /// Reads all that the program writes and waits for its end.
     ProcessResult wait();

@@ -123,7 +123,7 @@ TEST(AuthMethodDeathTest, LoadsTheLegacyProviderForMschapOnly) {
     try {
         prepare(method);
     } catch (const ClientError& error) {
-        std::fputs(error.what(), stderr);
+        static_cast<void>(std::fputs(error.what(), stderr));
         std::exit(1);
     }
     std::exit(0);

@@ -150,11 +150,11 @@ TEST(SmallVector, IsMovedWithoutACopyAndLeftEmpty) {
         Texts target(std::move(source));
         EXPECT_EQ(target, content);
         EXPECT_EQ(target.empty() ? nullptr : target.front().data(), first);
-        EXPECT_TRUE(source.empty());
+        EXPECT_TRUE(source.empty());  // NOLINT(bugprone-use-after-move): it is said to be
         source.push_back("usable again");
         source = std::move(target);
         EXPECT_EQ(source, content);
-        EXPECT_TRUE(target.empty());
+        EXPECT_TRUE(target.empty());  // NOLINT(bugprone-use-after-move): the same
         EXPECT_EQ(target.capacity(), 2U);
     }
 }
