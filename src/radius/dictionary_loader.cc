@@ -66,7 +66,11 @@ class CanonicalFolders {
         const std::string folder = path.substr(0, slash);
         auto known = folders_.find(folder);
         if (known == folders_.end()) {
-            known = folders_.emplace(folder, canonical_path(folder)).first;
+            try {
+                known = folders_.emplace(folder, canonical_path(folder)).first;
+            } catch (const std::runtime_error&) {
+                return canonical_path(path);  // which fails as well, and tells of the whole path
+            }
         }
         return known->second + (known->second.ends_with('/') ? "" : "/") + std::string(name);
     }

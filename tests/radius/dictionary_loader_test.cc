@@ -1010,6 +1010,14 @@ TEST_F(UnloadableFile, IsASymbolicLinkToItself) {
         loop + ": cannot load: " + std::make_error_code(std::errc::too_many_symbolic_link_levels).message());
 }
 
+TEST_F(UnloadableFile, IsOneInAFolderThatIsASymbolicLinkToItself) {
+    std::filesystem::create_symlink("loop", folder.path() / "loop");
+    const std::string file = path_of("loop/file.yaml");
+    EXPECT_EQ(
+        failure_of_file(file),
+        file + ": cannot load: " + std::make_error_code(std::errc::too_many_symbolic_link_levels).message());
+}
+
 TEST_F(UnloadableFile, IsAFolder) {
     EXPECT_EQ(failure_of_file(folder.path().string()),
               folder.path().string() + ": cannot load: is a directory");
