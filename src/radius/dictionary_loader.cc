@@ -59,20 +59,23 @@ class CanonicalFolders {
     /// The canonical path of a file that is no symbolic link itself.
     std::string path_of(const std::string& path) {
         const std::size_t slash = path.rfind('/');
-        const std::string_view name = std::string_view(path).substr(slash + 1);  // all of it without a slash
-        if (slash == std::string::npos || slash == 0 || name.empty() || name == "." || name == "..") {
+        if (slash == std::string::npos || slash == 0) {
+            return canonical_path(path);
+        }
+        const std::string name = path.substr(slash + 1);
+        if (name.empty() || name == "." || name == "..") {
             return canonical_path(path);
         }
         const std::string folder = path.substr(0, slash);
-        auto known = folders_.find(folder);
-        if (known == folders_.end()) {
+        std::string& real = folders_[folder];
+        if (real.empty()) {
             try {
-                known = folders_.emplace(folder, canonical_path(folder)).first;
+                real = canonical_path(folder);
             } catch (const std::runtime_error&) {
                 return canonical_path(path);  // which fails as well, and tells of the whole path
             }
         }
-        return known->second + (known->second.ends_with('/') ? "" : "/") + std::string(name);
+        return real + (real.ends_with('/') ? "" : "/") + name;
     }
 
   private:

@@ -111,9 +111,12 @@ std::string without_chance(std::string text, const std::string& server_address) 
          })) {
         for (const std::string_view opening : {" = 0x", " = \"0x"}) {
             const std::string label = std::string(name).append(opening);
-            const std::size_t start = text.find(label) + label.size();
-            if (text.find(label) != std::string::npos &&
-                text.find_first_not_of("0123456789abcdef", start) == start + digits) {
+            const std::size_t place = text.find(label);
+            if (place == std::string::npos) {
+                continue;
+            }
+            const std::size_t start = place + label.size();
+            if (text.find_first_not_of("0123456789abcdef", start) == start + digits) {
                 text.replace(start, digits, "<" + std::to_string(digits) + " digits>");
             }
         }
