@@ -86,8 +86,8 @@ TEST_P(HashIndexOf, AgreesWithAMap) {
 INSTANTIATE_TEST_SUITE_P(Hashes, HashIndexOf,
                          testing::Values([](std::size_t hash) { return hash; },
                                          [](std::size_t) -> std::size_t { return 7; },
-                                         [](std::size_t hash) { return hash << 48; },
-                                         [](std::size_t hash) { return hash << 20 >> 32; }));
+                                         [](std::size_t hash) { return (hash % 65536) << 48; },
+                                         [](std::size_t hash) { return hash >> 12 & 0xFFFFFFFF; }));
 
 }  // namespace
 }  // namespace quarn::utils

@@ -391,8 +391,12 @@ std::optional<CodePath> Checker::check_code(const Field& field, const std::strin
             error(field.key, "'code' of " + attribute + " is out of range: " + quoted(*text));
             return std::nullopt;
         }
-        path.push_back(static_cast<std::uint32_t>(is_negative ? 0 - code : code));
-        is_cut = is_cut || code > std::numeric_limits<std::uint32_t>::max() || (is_negative && code != 0);
+        if (is_negative && code != 0) {
+            code = std::numeric_limits<std::uint64_t>::max() - code + 1;
+            is_cut = true;
+        }
+        path.push_back(static_cast<std::uint32_t>(code));
+        is_cut = is_cut || code > std::numeric_limits<std::uint32_t>::max();
     }
     if (is_cut) {
         warn(field.key, "'code' of " + attribute + " is out of range: " + quoted(*text) + " is read as " +
