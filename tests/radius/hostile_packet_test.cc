@@ -23,9 +23,9 @@ namespace {
 /// What this program has asked for since the last reset.
 struct Memory {
     std::size_t allocations = 0;
-    std::size_t bytes = 0;  // of all allocations
-    std::size_t held = 0;   // now
-    std::size_t most_held = 0;
+    std::size_t bytes = 0;    // of all allocations
+    std::ptrdiff_t held = 0;  // now, more than at the reset
+    std::ptrdiff_t most_held = 0;
 };
 
 thread_local Memory memory;
@@ -41,7 +41,7 @@ void* allocate(std::size_t size) {
     *static_cast<std::size_t*>(block) = size;
     ++memory.allocations;
     memory.bytes += size;
-    memory.held += size;
+    memory.held += static_cast<std::ptrdiff_t>(size);
     memory.most_held = std::max(memory.most_held, memory.held);
     return static_cast<char*>(block) + prefix;
 }
@@ -49,7 +49,7 @@ void* allocate(std::size_t size) {
 void release(void* place) {
     if (place != nullptr) {
         void* const block = static_cast<char*>(place) - prefix;
-        memory.held -= *static_cast<std::size_t*>(block);
+        memory.held -= static_cast<std::ptrdiff_t>(*static_cast<std::size_t*>(block));
         std::free(block);
     }
 }
@@ -105,7 +105,7 @@ TEST_P(HostileDatagram, TakesAllocationsInProportionToItsSize) {
     // A tenth more for what grows in steps.
     EXPECT_LE(twice.allocations * 10, once.allocations * 22);
     EXPECT_LE(four_times.allocations * 10, once.allocations * 44);
-    EXPECT_EQ(four_times.held, 0U);
+    EXPECT_EQ(four_times.held, 0);
 }
 
 TEST_P(HostileDatagram, TakesMemoryInProportionToItsSize) {
@@ -114,7 +114,8 @@ TEST_P(HostileDatagram, TakesMemoryInProportionToItsSize) {
     constexpr std::size_t for_any_packet =
         65536;  // such as the code paths of TLVs that are inside each other
     constexpr std::size_t per_byte = 200;
-    EXPECT_LE(needed_for(datagram).most_held, for_any_packet + per_byte * datagram.size());
+    EXPECT_LE(needed_for(datagram).most_held,
+              static_cast<std::ptrdiff_t>(for_any_packet + per_byte * datagram.size()));
 }
 
 std::string test_name(const testing::TestParamInfo<HostileShape>& info) {
