@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "quarn/radius/digest.h"
+#include "crypto/digest.h"
 #include "quarn/radius/packet.h"
 #include "quarn/radius/packet_code.h"
 #include "quarn/radius/pkt_dump.h"

@@ -3,7 +3,7 @@
 # "development" for whoever builds on the library.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS authprobe quarn-radius-program
+install(TARGETS authprobe quarn-radius
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT programs)
 
 # Programs look below /opt/quarn for their dictionary, wherever they are installed themselves.
@@ -28,21 +28,16 @@ endforeach()
 
 # The library. What CMake and pkg-config are told about it is named after it.
 if(BUILD_SHARED_LIBS)
-    set(installed_library quarn-radius-shared)
+    set(installed_library radius-shared)
 else()
-    set(installed_library quarn-radius)
+    set(installed_library radius)
 endif()
-set_target_properties(${installed_library} PROPERTIES EXPORT_NAME radius)
 install(TARGETS ${installed_library} EXPORT quarn-radius
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 
-set(exclude_internal_headers)
-foreach(header IN LISTS QUARN_INTERNAL_HEADERS)
-    list(APPEND exclude_internal_headers PATTERN ${header} EXCLUDE)
-endforeach()
-install(DIRECTORY src/utils src/net src/radius DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quarn COMPONENT development
-    FILES_MATCHING PATTERN "*.h" ${exclude_internal_headers})
+install(DIRECTORY src/utils/include/ src/net/include/ src/radius/include/
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/quarn-radius)
 configure_package_config_file(cmake/quarn-radius-config.cmake.in ${PROJECT_BINARY_DIR}/quarn-radius-config.cmake

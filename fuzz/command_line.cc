@@ -11,13 +11,13 @@
 #include <string_view>
 #include <vector>
 
-#include "check.h"
-#include "quarn/tools/access_request.h"
-#include "quarn/tools/auth_method.h"
-#include "quarn/tools/client_error.h"
-#include "quarn/tools/command_line.h"
+#include "authprobe/access_request.h"
+#include "authprobe/auth_method.h"
+#include "authprobe/client_error.h"
+#include "authprobe/command_line.h"
 #include "quarn/utils/bytes.h"
-#include "support/scratch_folder.h"
+#include "testing/check.h"
+#include "testing/scratch_folder.h"
 
 namespace {
 

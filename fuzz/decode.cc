@@ -4,11 +4,11 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "check.h"
-#include "every_kind.h"
 #include "quarn/radius/packet.h"
 #include "quarn/radius/packet_code.h"
 #include "quarn/radius/pkt_load.h"
+#include "testing/check.h"
+#include "testing/every_kind.h"
 
 namespace {
 

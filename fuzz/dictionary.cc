@@ -6,11 +6,11 @@
 #include <string>
 #include <string_view>
 
-#include "check.h"
-#include "file_tree.h"
 #include "quarn/radius/dictionary.h"
 #include "quarn/utils/app.h"
 #include "quarn/utils/bytes.h"
+#include "testing/check.h"
+#include "testing/file_tree.h"
 
 namespace {
 

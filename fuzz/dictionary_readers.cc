@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <string>
 
-#include "check.h"
-#include "quarn/radius/json_document.h"
+#include "dictionary/json_document.h"
 #include "quarn/utils/bytes.h"
-#include "support/loaded_dictionary.h"
-#include "support/scratch_folder.h"
+#include "testing/check.h"
+#include "testing/loaded_dictionary.h"
+#include "testing/scratch_folder.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace quarn;

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "packet_forge.h"
+#include "testing/packet_forge.h"
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t max_size);
 

@@ -9,9 +9,6 @@
 #include <string_view>
 #include <vector>
 
-#include "check.h"
-#include "every_kind.h"
-#include "quarn/radius/container_format.h"
 #include "quarn/radius/hiding.h"
 #include "quarn/radius/packet.h"
 #include "quarn/radius/packet_code.h"
@@ -19,6 +16,9 @@
 #include "quarn/radius/pkt_load.h"
 #include "quarn/radius/wire_format.h"
 #include "quarn/utils/text.h"
+#include "testing/check.h"
+#include "testing/every_kind.h"
+#include "wire/container_format.h"
 
 namespace {
 

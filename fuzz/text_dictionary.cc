@@ -5,21 +5,21 @@
 #include <string>
 #include <string_view>
 
-#include "check.h"
-#include "file_tree.h"
 #include "quarn/radius/dictionary.h"
-#include "quarn/tools/quarn_radius/dictionary_import.h"
 #include "quarn/utils/app.h"
 #include "quarn/utils/bytes.h"
+#include "quarn_radius/dictionary/importer.h"
+#include "testing/check.h"
+#include "testing/file_tree.h"
 
 namespace {
 
 using namespace quarn;
 using fuzz::require;
 
-void check(const companion::Problems& problems) {
-    for (const companion::Problem& problem : problems) {
-        const std::string line = companion::problem_line(problem);
+void check(const quarn_radius::Problems& problems) {
+    for (const quarn_radius::Problem& problem : problems) {
+        const std::string line = quarn_radius::problem_line(problem);
         require(!problem.text.empty() && problem.line >= 1, "a problem says what and where", line);
         for (const char character : line) {
             require(static_cast<unsigned char>(character) >= ' ' && character != '\x7f',
@@ -49,15 +49,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     static fuzz::FileTree tree;
     static const test::ScratchFolder imported;
-    companion::ImportOptions options;
+    quarn_radius::ImportOptions options;
     options.source = tree.write(input);
     options.directory = imported.path();
     options.schema = "dictionary.schema.json";
-    companion::Problems problems;
-    companion::ImportSummary summary;
+    quarn_radius::Problems problems;
+    quarn_radius::ImportSummary summary;
     try {
-        summary = companion::import_dictionary(options, problems);
-    } catch (const companion::FileError& error) {
+        summary = quarn_radius::import_dictionary(options, problems);
+    } catch (const quarn_radius::FileError& error) {
         // A vendor's name that is too long for a file's.
         require(std::string_view(error.what()).ends_with(": cannot write"), "a refusal says why",
                 error.what());

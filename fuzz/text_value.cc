@@ -7,10 +7,10 @@
 #include <string>
 #include <string_view>
 
-#include "check.h"
-#include "every_kind.h"
 #include "quarn/radius/packet.h"
 #include "quarn/radius/value_encoding.h"
+#include "testing/check.h"
+#include "testing/every_kind.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "quarn/utils/text.h"
-#include "support/dictionaries.h"
-#include "support/wire.h"
+#include "testing/dictionaries.h"
+#include "testing/wire.h"
 
 namespace quarn::test {
 

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "quarn/utils/bytes.h"
-#include "support/process.h"
-#include "support/udp_peer.h"
+#include "testing/process.h"
+#include "testing/udp_peer.h"
 
 namespace quarn::test {
 

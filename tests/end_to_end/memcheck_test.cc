@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "end_to_end/client.h"
-#include "support/dictionaries.h"
-#include "support/scratch_folder.h"
-#include "support/wire.h"
+#include "testing/dictionaries.h"
+#include "testing/scratch_folder.h"
+#include "testing/wire.h"
 
 namespace quarn::test {
 namespace {

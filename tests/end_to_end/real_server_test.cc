@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "end_to_end/client.h"
-#include "support/dictionaries.h"
-#include "support/real_server.h"
+#include "testing/dictionaries.h"
+#include "testing/real_server.h"
 
 namespace quarn::test {
 namespace {

@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "end_to_end/client.h"
-#include "support/dictionaries.h"
-#include "support/scratch_folder.h"
-#include "support/usage_text.h"
+#include "testing/dictionaries.h"
+#include "testing/scratch_folder.h"
+#include "testing/usage_text.h"
 
 namespace quarn::test {
 namespace {

@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "end_to_end/client.h"
-#include "support/dictionaries.h"
-#include "support/wire.h"
+#include "testing/dictionaries.h"
+#include "testing/wire.h"
 
 namespace quarn::test {
 namespace {

@@ -13,12 +13,12 @@
 #include <utility>
 #include <vector>
 
-#include "support/bytes.h"
-#include "support/descriptor.h"
-#include "support/dictionaries.h"
-#include "support/process.h"
-#include "support/scratch_folder.h"
-#include "support/wire.h"
+#include "testing/descriptor.h"
+#include "testing/dictionaries.h"
+#include "testing/hex.h"
+#include "testing/process.h"
+#include "testing/scratch_folder.h"
+#include "testing/wire.h"
 
 namespace quarn::test {
 namespace {

@@ -19,9 +19,9 @@
 #include "quarn/radius/pkt_dump.h"
 #include "quarn/radius/pkt_load.h"
 #include "quarn/utils/text.h"
-#include "support/dictionaries.h"
-#include "support/scratch_folder.h"
-#include "support/warnings.h"
+#include "testing/dictionaries.h"
+#include "testing/scratch_folder.h"
+#include "testing/warnings.h"
 
 namespace quarn::test {
 namespace {

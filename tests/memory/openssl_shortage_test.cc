@@ -8,14 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "crypto/digest.h"
 #include "memory/shortages.h"
 #include "quarn/radius/auth.h"
-#include "quarn/radius/digest.h"
 #include "quarn/radius/packet_code.h"
 #include "quarn/radius/random.h"
-#include "support/dictionaries.h"
-#include "support/packets.h"
-#include "support/wire.h"
+#include "testing/dictionaries.h"
+#include "testing/packets.h"
+#include "testing/wire.h"
 
 namespace quarn::test {
 namespace {

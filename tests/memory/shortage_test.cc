@@ -10,14 +10,14 @@
 #include "memory/shortages.h"
 #include "quarn/radius/auth.h"
 #include "quarn/radius/hiding.h"
+#include "quarn/radius/listing.h"
 #include "quarn/radius/packet_code.h"
-#include "quarn/tools/console_report.h"
 #include "quarn/utils/app.h"
-#include "support/dictionaries.h"
-#include "support/fixed_random.h"
-#include "support/packets.h"
-#include "support/scratch_folder.h"
-#include "support/wire.h"
+#include "testing/dictionaries.h"
+#include "testing/fixed_random.h"
+#include "testing/packets.h"
+#include "testing/scratch_folder.h"
+#include "testing/wire.h"
 
 namespace quarn::test {
 namespace {
@@ -344,11 +344,11 @@ TEST_P(MemoryShortage, RendersAValueOrFails) {
 
 TEST_P(MemoryShortage, ListsAPacketOrFails) {
     const RadiusPacket packet = filled_packet();
-    const std::string reference = authprobe::attribute_listing(packet, dictionary().get());
+    const std::string reference = subscriber::radius::attribute_listing(packet, dictionary().get());
     for_each_allocation([&](const ShortageAt& here) {
         std::string text;
         const Outcome outcome =
-            here.during([&] { text = authprobe::attribute_listing(packet, dictionary().get()); });
+            here.during([&] { text = subscriber::radius::attribute_listing(packet, dictionary().get()); });
         EXPECT_EQ(outcome.failure(), outcome.succeeded() ? "" : "out of memory");
         EXPECT_EQ(text, outcome.succeeded() ? reference : "");
         return outcome;

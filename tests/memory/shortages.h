@@ -10,7 +10,7 @@
 #include <string>
 #include <thread>
 
-#include "support/watched_memory.h"
+#include "testing/watched_memory.h"
 
 namespace quarn::test {
 

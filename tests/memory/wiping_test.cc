@@ -11,24 +11,24 @@
 #include <utility>
 #include <vector>
 
+#include "authprobe/access_request.h"
+#include "authprobe/auth_method.h"
+#include "authprobe/command_line.h"
+#include "authprobe/user_password.h"
+#include "crypto/digest.h"
 #include "quarn/radius/auth.h"
-#include "quarn/radius/cleanse.h"
-#include "quarn/radius/digest.h"
 #include "quarn/radius/hiding.h"
-#include "quarn/tools/access_request.h"
-#include "quarn/tools/auth_method.h"
-#include "quarn/tools/command_line.h"
-#include "quarn/tools/user_password.h"
-#include "support/dictionaries.h"
-#include "support/packets.h"
-#include "support/watched_memory.h"
+#include "quarn/utils/secret.h"
+#include "testing/dictionaries.h"
+#include "testing/packets.h"
+#include "testing/watched_memory.h"
 
 namespace quarn::test {
 namespace {
 
-using subscriber::radius::SecretText;
-using subscriber::radius::WipedAtEnd;
 using utils::Bytes;
+using utils::SecretText;
+using utils::WipedAtEnd;
 
 namespace radius = subscriber::radius;
 
@@ -67,7 +67,7 @@ TEST(FreedMemorySearchTest, FindsWhatIsLeft) {
 TEST(WipedAtEndTest, WipesWhenTheScopeIsLeft) {
     std::array<std::uint8_t, 3> key = {1, 2, 3};
     {
-        const WipedAtEnd wipe(key);
+        const utils::WipedAtEnd wipe(key);
         EXPECT_EQ(key, (std::array<std::uint8_t, 3>{1, 2, 3}));
     }
     EXPECT_EQ(key, (std::array<std::uint8_t, 3>{}));
@@ -76,7 +76,7 @@ TEST(WipedAtEndTest, WipesWhenTheScopeIsLeft) {
 TEST(WipedAtEndTest, WipesWhenTheScopeIsLeftByAnException) {
     Bytes key = {1, 2, 3};
     try {
-        const WipedAtEnd wipe(key);
+        const utils::WipedAtEnd wipe(key);
         throw std::runtime_error("left");
     } catch (const std::runtime_error&) {
     }
@@ -85,28 +85,28 @@ TEST(WipedAtEndTest, WipesWhenTheScopeIsLeftByAnException) {
 
 TEST(WipedAtEndTest, WipesNothingWhereThereIsNothing) {
     Bytes nothing;
-    const WipedAtEnd wipe(nothing);
+    const utils::WipedAtEnd wipe(nothing);
 }
 
 TEST(SecretTextTest, IsAText) {
-    EXPECT_EQ(SecretText(), "");
-    EXPECT_TRUE(SecretText().empty());
-    const SecretText text = "text";
+    EXPECT_EQ(utils::SecretText(), "");
+    EXPECT_TRUE(utils::SecretText().empty());
+    const utils::SecretText text = "text";
     EXPECT_FALSE(text.empty());
     EXPECT_EQ(text, "text");
     EXPECT_EQ(text, std::string("text"));
-    EXPECT_EQ(text, SecretText(std::string_view("text")));
+    EXPECT_EQ(text, utils::SecretText(std::string_view("text")));
     EXPECT_FALSE(text == "texts");
     EXPECT_EQ(std::string_view(text).size(), 4U);
     const std::string with_zero("a\0b", 3);
-    EXPECT_EQ(SecretText(with_zero), with_zero);
+    EXPECT_EQ(utils::SecretText(with_zero), with_zero);
 }
 
 TEST(SecretTextTest, IsCopiedAndMoved) {
-    SecretText first = "first";
-    const SecretText copy = first;
+    utils::SecretText first = "first";
+    const utils::SecretText copy = first;
     EXPECT_EQ(copy, first);
-    const SecretText moved = std::move(first);
+    const utils::SecretText moved = std::move(first);
     EXPECT_EQ(moved, "first");
     first = "second";
     EXPECT_EQ(first, "second");
@@ -117,12 +117,12 @@ TEST(SecretTextTest, LeavesNothingBehind) {
     for (const std::string_view marker : {short_marker, long_marker}) {
         EXPECT_EQ(findings_after(marker,
                                  [marker] {
-                                     SecretText text = marker;
-                                     SecretText copy = text;
-                                     const SecretText moved = std::move(text);
+                                     utils::SecretText text = marker;
+                                     utils::SecretText copy = text;
+                                     const utils::SecretText moved = std::move(text);
                                      copy = "another";
                                      copy = marker;
-                                     std::vector<SecretText> many(3, copy);
+                                     std::vector<utils::SecretText> many(3, copy);
                                      many.resize(1000);
                                  }),
                   0U);
@@ -131,8 +131,8 @@ TEST(SecretTextTest, LeavesNothingBehind) {
 
 TEST(SecretTextTest, KeepsNothingInItself) {
     // Storage of the test's own, which is there to look at when the text is gone.
-    alignas(SecretText) std::array<unsigned char, sizeof(SecretText)> storage{};
-    auto* const text = new (storage.data()) SecretText(short_marker);
+    alignas(utils::SecretText) std::array<unsigned char, sizeof(utils::SecretText)> storage{};
+    auto* const text = new (storage.data()) utils::SecretText(short_marker);
     std::destroy_at(text);
     const std::string_view rest(reinterpret_cast<const char*>(storage.data()), storage.size());
     EXPECT_EQ(rest.find(short_marker), std::string_view::npos);
@@ -152,16 +152,16 @@ TEST(Wiping, LeavesNoPasswordInHiddenOrRevealedValues) {
         // What is handed to the caller is the caller's.
         std::string revealed = radius::decrypt_user_password(user, "secret", test_authenticator);
         EXPECT_EQ(revealed, long_marker);
-        OPENSSL_cleanse(revealed.data(), revealed.size());
+        utils::wipe(revealed);
         revealed = radius::decrypt_tunnel_password(tunnel, "secret", test_authenticator);
         EXPECT_EQ(revealed, long_marker);
-        OPENSSL_cleanse(revealed.data(), revealed.size());
+        utils::wipe(revealed);
         for (const std::uint32_t encrypt :
              {radius::hidden_as_user_password, radius::hidden_as_tunnel_password}) {
             Bytes leaf = radius::decrypt_leaf(encrypt == radius::hidden_as_user_password ? user : tunnel,
                                               encrypt, "secret", test_authenticator);
             EXPECT_EQ(utils::as_text(leaf), long_marker);
-            const WipedAtEnd wipe(leaf);
+            const utils::WipedAtEnd wipe(leaf);
         }
     };
     EXPECT_EQ(findings_after(long_marker, hide_and_reveal), 0U);

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/thrown_text.h"
+#include "testing/thrown_text.h"
 
 namespace quarn::net {
 namespace {

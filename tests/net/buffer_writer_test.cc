@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "quarn/net/buffer_reader.h"
-#include "support/thrown_text.h"
+#include "testing/thrown_text.h"
 
 namespace quarn::net {
 namespace {

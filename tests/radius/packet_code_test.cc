@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <set>
 
 namespace quarn::subscriber::radius {
@@ -19,7 +20,7 @@ std::set<int> codes_of(Class holds) {
     return codes;
 }
 
-TEST(PacketCode, numbers_are_those_of_the_rfcs) {
+TEST(PacketCode, NumbersAreThoseOfTheRfcs) {
     EXPECT_EQ(ACCESS_REQUEST, 1);
     EXPECT_EQ(ACCESS_ACCEPT, 2);
     EXPECT_EQ(ACCESS_REJECT, 3);
@@ -35,16 +36,39 @@ TEST(PacketCode, numbers_are_those_of_the_rfcs) {
     EXPECT_EQ(COA_NAK, 45);
 }
 
-TEST(PacketCode, responses_are_exactly_the_answers_to_requests) {
+TEST(PacketCode, ResponsesAreExactlyTheAnswersToRequests) {
     EXPECT_EQ(codes_of(is_response_code), (std::set<int>{2, 3, 5, 11, 41, 42, 44, 45}));
 }
 
-TEST(PacketCode, requests_with_a_computed_authenticator_are_exactly_three) {
+TEST(PacketCode, RequestsWithAComputedAuthenticatorAreExactlyThree) {
     EXPECT_EQ(codes_of(is_zero_authenticator_code), (std::set<int>{4, 40, 43}));
 }
 
-TEST(PacketCode, supported_are_these_and_the_requests_with_a_random_authenticator) {
+TEST(PacketCode, SupportedAreTheseAndTheRequestsWithARandomAuthenticator) {
     EXPECT_EQ(codes_of(is_supported_code), (std::set<int>{1, 2, 3, 4, 5, 11, 12, 40, 41, 42, 43, 44, 45}));
+}
+
+TEST(PacketCode, HasANameThatFindsItsNumber) {
+    for (const PacketCodeRow& row : packet_codes) {
+        EXPECT_EQ(packet_code_name(row.number), row.name);
+        EXPECT_EQ(packet_code_number(row.name), row.number) << row.name;
+    }
+    EXPECT_EQ(packet_code_name(ACCESS_ACCEPT), "Access-Accept");
+    EXPECT_EQ(packet_code_name(STATUS_SERVER), "Status-Server");
+    EXPECT_EQ(packet_code_name(COA_NAK), "CoA-NAK");
+}
+
+TEST(PacketCode, IsFoundByItsNameInEveryCase) {
+    EXPECT_EQ(packet_code_number("coa-request"), COA_REQUEST);
+    EXPECT_EQ(packet_code_number("DISCONNECT-ACK"), DISCONNECT_ACK);
+    EXPECT_EQ(packet_code_number("Access"), std::nullopt);
+    EXPECT_EQ(packet_code_number(""), std::nullopt);
+}
+
+TEST(PacketCode, HasNoNameWithoutARow) {
+    EXPECT_EQ(packet_code_name(0), "");
+    EXPECT_EQ(packet_code_name(6), "");
+    EXPECT_EQ(packet_code_name(255), "");
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "radius/codec_dictionary.h"
+#include "testing/codec_dictionary.h"
 
 namespace {
 
@@ -82,7 +82,7 @@ std::string thrown(Work work) {
     return "nothing thrown";
 }
 
-TEST(NewPacket, is_empty) {
+TEST(NewPacket, IsEmpty) {
     const RadiusPacket packet;
     EXPECT_EQ(packet.dictionary, nullptr);
     EXPECT_EQ(packet.code, 0);
@@ -95,7 +95,7 @@ TEST(NewPacket, is_empty) {
     EXPECT_TRUE(packet.raw.empty());
 }
 
-TEST(NewPacket, shares_the_dictionary_that_it_is_given) {
+TEST(NewPacket, SharesTheDictionaryThatItIsGiven) {
     auto dictionary = std::make_shared<RadiusDictionary>();
     const std::weak_ptr<RadiusDictionary> watched = dictionary;
     {
@@ -105,12 +105,12 @@ TEST(NewPacket, shares_the_dictionary_that_it_is_given) {
     EXPECT_TRUE(watched.expired());
 }
 
-TEST(Packet, cannot_be_copied) {
+TEST(Packet, CannotBeCopied) {
     EXPECT_FALSE(std::is_copy_constructible_v<RadiusPacket>);
     EXPECT_FALSE(std::is_copy_assignable_v<RadiusPacket>);
 }
 
-TEST(Packet, keeps_its_attributes_when_it_is_moved) {
+TEST(Packet, KeepsItsAttributesWhenItIsMoved) {
     RadiusPacket original = packet();
     original.add_attribute("User-Name", "bob");
     original.add_attribute("NAS-Port", "3");
@@ -127,7 +127,7 @@ TEST(Packet, keeps_its_attributes_when_it_is_moved) {
     expect_map_and_order_to_agree(assigned);
 }
 
-TEST(AddAttribute, appends_one_value_of_the_dictionary_s_type) {
+TEST(AddAttribute, AppendsOneValueOfTheDictionarysType) {
     RadiusPacket request = packet();
     request.add_attribute("NAS-IP-Address", "192.168.1.16");
     ASSERT_EQ(request.attributes().size(), 1U);
@@ -144,7 +144,7 @@ TEST(AddAttribute, appends_one_value_of_the_dictionary_s_type) {
     EXPECT_EQ(attribute.values[0].string_cache, std::nullopt);
 }
 
-TEST(AddAttribute, gives_a_tagged_attribute_tag_0) {
+TEST(AddAttribute, GivesATaggedAttributeTag0) {
     RadiusPacket request = packet();
     request.add_attribute("Tunnel-Type", "L2TP");
     request.add_attribute("Tunnel-Client-Endpoint", "10.0.0.1");
@@ -152,7 +152,7 @@ TEST(AddAttribute, gives_a_tagged_attribute_tag_0) {
               (Lines{"Tunnel-Type (64) #0:00000003", "Tunnel-Client-Endpoint (66) #0:31302e302e302e31"}));
 }
 
-TEST(AddAttribute, keeps_values_of_one_attribute_together_at_the_place_of_the_first) {
+TEST(AddAttribute, KeepsValuesOfOneAttributeTogetherAtThePlaceOfTheFirst) {
     RadiusPacket reply = packet();
     reply.add_attribute("User-Name", "bob");
     reply.add_attribute("Reply-Message", "one");
@@ -163,7 +163,7 @@ TEST(AddAttribute, keeps_values_of_one_attribute_together_at_the_place_of_the_fi
     expect_map_and_order_to_agree(reply);
 }
 
-TEST(AddAttribute, matches_names_without_regard_to_case_and_keeps_the_dictionary_s_spelling) {
+TEST(AddAttribute, MatchesNamesWithoutRegardToCaseAndKeepsTheDictionarysSpelling) {
     RadiusPacket request = packet();
     request.add_attribute("User-Name", "a");
     request.add_attribute("user-name", "b");
@@ -172,19 +172,19 @@ TEST(AddAttribute, matches_names_without_regard_to_case_and_keeps_the_dictionary
     EXPECT_EQ(request.attribute_map.begin()->first, "User-Name");
 }
 
-TEST(AddAttribute, keeps_the_dictionary_s_spelling_also_when_another_one_comes_first) {
+TEST(AddAttribute, KeepsTheDictionarysSpellingAlsoWhenAnotherOneComesFirst) {
     RadiusPacket request = packet();
     request.add_attribute("user-name", "b");
     EXPECT_EQ(request.attribute_map.begin()->first, "User-Name");
 }
 
-TEST(AddAttribute, takes_an_attribute_without_a_code) {
+TEST(AddAttribute, TakesAnAttributeWithoutACode) {
     RadiusPacket request = packet();
     request.add_attribute("Codeless", "a");
     EXPECT_EQ(listing(request), (Lines{"Codeless () 61"}));
 }
 
-TEST(AddAttribute, throws_for_a_name_that_the_dictionary_lacks_and_changes_nothing) {
+TEST(AddAttribute, ThrowsForANameThatTheDictionaryLacksAndChangesNothing) {
     RadiusPacket request = packet();
     request.add_attribute("User-Name", "bob");
     EXPECT_EQ(thrown<std::runtime_error>([&] { request.add_attribute("No-Such", "x"); }),
@@ -194,14 +194,14 @@ TEST(AddAttribute, throws_for_a_name_that_the_dictionary_lacks_and_changes_nothi
     EXPECT_EQ(listing(request), (Lines{"User-Name (1) 626f62"}));
 }
 
-TEST(AddAttribute, throws_without_a_dictionary) {
+TEST(AddAttribute, ThrowsWithoutADictionary) {
     RadiusPacket request;
     EXPECT_EQ(thrown<std::runtime_error>([&] { request.add_attribute("User-Name", "bob"); }),
               "RadiusPacket: unknown attribute User-Name");
     EXPECT_TRUE(request.attribute_map.empty());
 }
 
-TEST(AddAttribute, leaves_a_new_attribute_without_values_when_the_text_is_malformed) {
+TEST(AddAttribute, LeavesANewAttributeWithoutValuesWhenTheTextIsMalformed) {
     RadiusPacket request = packet();
     EXPECT_EQ(thrown<std::invalid_argument>([&] { request.add_attribute("NAS-IP-Address", "1.2.3"); }),
               "invalid ipv4addr: 1.2.3");
@@ -209,7 +209,7 @@ TEST(AddAttribute, leaves_a_new_attribute_without_values_when_the_text_is_malfor
     expect_map_and_order_to_agree(request);
 }
 
-TEST(AddAttribute, keeps_earlier_values_when_the_text_is_malformed) {
+TEST(AddAttribute, KeepsEarlierValuesWhenTheTextIsMalformed) {
     RadiusPacket request = packet();
     request.add_attribute("NAS-IP-Address", "10.0.0.1");
     EXPECT_EQ(thrown<std::invalid_argument>([&] { request.add_attribute("NAS-IP-Address", "1.2.3"); }),
@@ -217,7 +217,7 @@ TEST(AddAttribute, keeps_earlier_values_when_the_text_is_malformed) {
     EXPECT_EQ(listing(request), (Lines{"NAS-IP-Address (4) 0a000001"}));
 }
 
-TEST(AddAttribute, drops_a_number_that_does_not_fit_without_an_error) {
+TEST(AddAttribute, DropsANumberThatDoesNotFitWithoutAnError) {
     RadiusPacket request = packet();
     request.add_attribute("NAS-Port", "4294967296");
     request.add_attribute("Framed-Protocol", "PPX");
@@ -227,13 +227,13 @@ TEST(AddAttribute, drops_a_number_that_does_not_fit_without_an_error) {
     EXPECT_EQ(listing(request), (Lines{"NAS-Port (5)", "Framed-Protocol (7) 00000001"}));
 }
 
-TEST(AddAttribute, drops_a_text_that_is_not_utf_8_without_an_error) {
+TEST(AddAttribute, DropsATextThatIsNotUtf8WithoutAnError) {
     RadiusPacket request = packet();
     request.add_attribute("User-Name", "\xff");
     EXPECT_EQ(listing(request), (Lines{"User-Name (1)"}));
 }
 
-TEST(AddWholeAttribute, makes_an_entry_under_the_dictionary_s_name) {
+TEST(AddWholeAttribute, MakesAnEntryUnderTheDictionarysName) {
     RadiusPacket reply = packet();
     add_value(reply, "class", hex("01"));
     ASSERT_EQ(reply.attribute_map.size(), 1U);
@@ -241,14 +241,14 @@ TEST(AddWholeAttribute, makes_an_entry_under_the_dictionary_s_name) {
     EXPECT_EQ(listing(reply), (Lines{"Class (25) 01"}));
 }
 
-TEST(AddWholeAttribute, keys_an_unknown_one_by_its_path) {
+TEST(AddWholeAttribute, KeysAnUnknownOneByItsPath) {
     RadiusPacket reply = packet();
     add_unknown(reply, {26, 9, 77}, hex("01"));
     ASSERT_EQ(reply.attribute_map.size(), 1U);
     EXPECT_EQ(reply.attribute_map.begin()->first, "attr-26.9.77");
 }
 
-TEST(AddWholeAttribute, joins_a_second_unknown_one_at_the_same_path_with_the_first) {
+TEST(AddWholeAttribute, JoinsASecondUnknownOneAtTheSamePathWithTheFirst) {
     RadiusPacket reply = packet();
     add_unknown(reply, {26, 9, 77}, hex("01"));
     add_unknown(reply, {26, 9, 78}, hex("02"));
@@ -257,7 +257,7 @@ TEST(AddWholeAttribute, joins_a_second_unknown_one_at_the_same_path_with_the_fir
     expect_map_and_order_to_agree(reply);
 }
 
-TEST(AddWholeAttribute, keys_an_unknown_one_by_its_given_name_where_there_is_one) {
+TEST(AddWholeAttribute, KeysAnUnknownOneByItsGivenNameWhereThereIsOne) {
     RadiusPacket reply = packet();
     add_unknown(reply, {222}, hex("01"), "Some-Name");
     add_unknown(reply, {223}, hex("02"), "SOME-NAME");
@@ -265,7 +265,7 @@ TEST(AddWholeAttribute, keys_an_unknown_one_by_its_given_name_where_there_is_one
     EXPECT_EQ(listing(reply), (Lines{"Some-Name (222) 01 02"}));
 }
 
-TEST(AddWholeAttribute, appends_its_values_in_their_order_and_drops_the_rest_of_it) {
+TEST(AddWholeAttribute, AppendsItsValuesInTheirOrderAndDropsTheRestOfIt) {
     RadiusPacket reply = packet();
     add_value(reply, "Class", hex("01"));
     add_value(reply, "NAS-Port", hex("00000003"));
@@ -277,14 +277,14 @@ TEST(AddWholeAttribute, appends_its_values_in_their_order_and_drops_the_rest_of_
     EXPECT_EQ(listing(reply), (Lines{"Class (25) 01 02 03", "NAS-Port (5) 00000003"}));
 }
 
-TEST(AddWholeAttribute, makes_an_entry_without_values_for_a_new_key) {
+TEST(AddWholeAttribute, MakesAnEntryWithoutValuesForANewKey) {
     RadiusPacket reply = packet();
     reply.add_attribute(without_values(reply, "Class"));
     EXPECT_EQ(listing(reply), (Lines{"Class (25)"}));
     expect_map_and_order_to_agree(reply);
 }
 
-TEST(AddWholeAttribute, without_values_changes_nothing_where_the_key_exists) {
+TEST(AddWholeAttribute, WithoutValuesChangesNothingWhereTheKeyExists) {
     RadiusPacket reply = packet();
     add_value(reply, "Class", hex("01"));
     add_value(reply, "NAS-Port", hex("00000003"));
@@ -292,7 +292,7 @@ TEST(AddWholeAttribute, without_values_changes_nothing_where_the_key_exists) {
     EXPECT_EQ(listing(reply), (Lines{"Class (25) 01", "NAS-Port (5) 00000003"}));
 }
 
-TEST(AddWholeAttribute, keeps_pointers_to_earlier_entries_valid) {
+TEST(AddWholeAttribute, KeepsPointersToEarlierEntriesValid) {
     RadiusPacket reply = packet();
     add_unknown(reply, {1000}, hex("01"));
     const RadiusAttribute* const first = reply.attributes()[0];
@@ -304,7 +304,7 @@ TEST(AddWholeAttribute, keeps_pointers_to_earlier_entries_valid) {
     expect_map_and_order_to_agree(reply);
 }
 
-TEST(SetAttribute, leaves_one_value_and_moves_the_attribute_to_the_end) {
+TEST(SetAttribute, LeavesOneValueAndMovesTheAttributeToTheEnd) {
     RadiusPacket reply = packet();
     reply.add_attribute("User-Name", "bob");
     reply.add_attribute("Reply-Message", "one");
@@ -318,7 +318,7 @@ TEST(SetAttribute, leaves_one_value_and_moves_the_attribute_to_the_end) {
     expect_map_and_order_to_agree(reply);
 }
 
-TEST(SetAttribute, finds_the_attribute_whatever_the_case_of_its_name) {
+TEST(SetAttribute, FindsTheAttributeWhateverTheCaseOfItsName) {
     RadiusPacket request = packet();
     request.add_attribute("User-Name", "a");
     request.add_attribute("NAS-Port", "3");
@@ -327,14 +327,14 @@ TEST(SetAttribute, finds_the_attribute_whatever_the_case_of_its_name) {
     expect_map_and_order_to_agree(request);
 }
 
-TEST(SetAttribute, adds_an_attribute_that_is_not_there) {
+TEST(SetAttribute, AddsAnAttributeThatIsNotThere) {
     RadiusPacket request = packet();
     request.add_attribute("NAS-Port", "3");
     request.set_attribute("User-Name", "bob");
     EXPECT_EQ(listing(request), (Lines{"NAS-Port (5) 00000003", "User-Name (1) 626f62"}));
 }
 
-TEST(SetAttribute, takes_a_number) {
+TEST(SetAttribute, TakesANumber) {
     RadiusPacket request = packet();
     request.set_attribute("NAS-Port", std::uint32_t{0});
     EXPECT_EQ(listing(request), (Lines{"NAS-Port (5) 00000000"}));
@@ -342,7 +342,7 @@ TEST(SetAttribute, takes_a_number) {
     EXPECT_EQ(listing(request), (Lines{"NAS-Port (5) ffffffff"}));
 }
 
-TEST(SetAttribute, stores_a_number_as_its_decimal_text) {
+TEST(SetAttribute, StoresANumberAsItsDecimalText) {
     RadiusPacket request = packet();
     request.set_attribute("User-Name", std::uint32_t{0});
     EXPECT_EQ(request.attributes()[0]->values[0].as_string(), "0");
@@ -350,14 +350,14 @@ TEST(SetAttribute, stores_a_number_as_its_decimal_text) {
     EXPECT_EQ(request.attributes()[0]->values[0].as_string(), "4294967295");
 }
 
-TEST(SetAttribute, throws_for_a_name_that_the_dictionary_lacks) {
+TEST(SetAttribute, ThrowsForANameThatTheDictionaryLacks) {
     RadiusPacket request = packet();
     EXPECT_EQ(thrown<std::runtime_error>([&] { request.set_attribute("No-Such", "x"); }),
               "RadiusPacket: unknown attribute No-Such");
     EXPECT_TRUE(request.attribute_map.empty());
 }
 
-TEST(SetAttribute, has_removed_an_undefined_attribute_when_it_throws) {
+TEST(SetAttribute, HasRemovedAnUndefinedAttributeWhenItThrows) {
     RadiusPacket request = packet();
     request.add_attribute("User-Name", "bob");
     add_unknown(request, {222}, hex("01"));
@@ -367,7 +367,7 @@ TEST(SetAttribute, has_removed_an_undefined_attribute_when_it_throws) {
     expect_map_and_order_to_agree(request);
 }
 
-TEST(SetAttribute, leaves_no_value_when_the_text_is_malformed) {
+TEST(SetAttribute, LeavesNoValueWhenTheTextIsMalformed) {
     RadiusPacket request = packet();
     request.add_attribute("NAS-IP-Address", "10.0.0.1");
     request.add_attribute("User-Name", "bob");
@@ -377,7 +377,7 @@ TEST(SetAttribute, leaves_no_value_when_the_text_is_malformed) {
     expect_map_and_order_to_agree(request);
 }
 
-TEST(SetAttribute, may_be_given_views_of_the_value_that_it_replaces) {
+TEST(SetAttribute, MayBeGivenViewsOfTheValueThatItReplaces) {
     RadiusPacket request = packet();
     request.add_attribute("User-Name", "a name longer than any text that fits into a string itself");
     const RadiusAttribute& attribute = *request.attributes()[0];
@@ -409,7 +409,7 @@ void expect_no_half_built_entries(Change change) {
     EXPECT_GT(failures, 1U);
 }
 
-TEST(Packet, holds_no_half_built_entry_when_memory_runs_out) {
+TEST(Packet, HoldsNoHalfBuiltEntryWhenMemoryRunsOut) {
     const std::string name = "a name longer than any text that fits into a string itself";
     expect_no_half_built_entries(
         [&](RadiusPacket& changed) { changed.add_attribute("Reply-Message", name); });
@@ -419,7 +419,7 @@ TEST(Packet, holds_no_half_built_entry_when_memory_runs_out) {
         [&](RadiusPacket& changed) { add_unknown(changed, {222}, hex("01"), name); });
 }
 
-TEST(Attributes, is_a_copy_of_the_order) {
+TEST(Attributes, IsACopyOfTheOrder) {
     RadiusPacket request = packet();
     request.add_attribute("User-Name", "bob");
     const std::vector<const RadiusAttribute*> before = request.attributes();
@@ -429,7 +429,7 @@ TEST(Attributes, is_a_copy_of_the_order) {
     EXPECT_EQ(request.attributes()[0], before[0]);
 }
 
-TEST(FindAttribute, finds_an_entry_whatever_the_case_of_its_key) {
+TEST(FindAttribute, FindsAnEntryWhateverTheCaseOfItsKey) {
     RadiusPacket request = packet();
     request.add_attribute("User-Name", "bob");
     add_unknown(request, {222}, hex("01"));
@@ -437,7 +437,7 @@ TEST(FindAttribute, finds_an_entry_whatever_the_case_of_its_key) {
     EXPECT_EQ(request.find_attribute("attr-222"), request.attributes()[1]);
 }
 
-TEST(FindAttribute, finds_nothing_where_there_is_no_entry) {
+TEST(FindAttribute, FindsNothingWhereThereIsNoEntry) {
     RadiusPacket request = packet();
     EXPECT_EQ(request.find_attribute("User-Name"), nullptr);
     EXPECT_EQ(RadiusPacket().find_attribute(""), nullptr);

@@ -4,8 +4,8 @@
 
 #include <stdexcept>
 
-#include "radius/codec_dictionary.h"
-#include "support/dictionaries.h"
+#include "testing/codec_dictionary.h"
+#include "testing/dictionaries.h"
 
 namespace quarn::subscriber::radius {
 namespace {
@@ -60,7 +60,7 @@ std::string bytes(std::string_view grouped) {
     return "=" + digits(grouped);
 }
 
-TEST(TextEncoding, takes_any_utf_8_as_it_is) {
+TEST(TextEncoding, TakesAnyUtf8AsItIs) {
     expect_results("text", {
                                {"", "="},
                                {"hello", bytes("68 65 6c 6c 6f")},
@@ -70,12 +70,12 @@ TEST(TextEncoding, takes_any_utf_8_as_it_is) {
                            });
 }
 
-TEST(TextEncoding, takes_control_characters) {
+TEST(TextEncoding, TakesControlCharacters) {
     expect_results("text", {{"a\nb\tc\x7f", bytes("61 0a 62 09 63 7f")},
                             {std::string_view("a\0b", 3), bytes("61 00 62")}});
 }
 
-TEST(TextEncoding, drops_what_is_not_utf_8) {
+TEST(TextEncoding, DropsWhatIsNotUtf8) {
     expect_results("text", {
                                {"\xff", "nothing"},
                                {"\xc0\x80", "nothing"},
@@ -86,7 +86,7 @@ TEST(TextEncoding, drops_what_is_not_utf_8) {
                            });
 }
 
-TEST(OctetsEncoding, decodes_hexadecimal_literals) {
+TEST(OctetsEncoding, DecodesHexadecimalLiterals) {
     expect_results("octets", {
                                  {"0x00ff", bytes("00 ff")},
                                  {"0X1F", bytes("1f")},
@@ -94,12 +94,12 @@ TEST(OctetsEncoding, decodes_hexadecimal_literals) {
                              });
 }
 
-TEST(OctetsEncoding, puts_a_zero_before_an_odd_number_of_digits) {
+TEST(OctetsEncoding, PutsAZeroBeforeAnOddNumberOfDigits) {
     expect_results("octets",
                    {{"0xabc", bytes("0a bc")}, {"0x1", bytes("01")}, {"0x12345", bytes("01 23 45")}});
 }
 
-TEST(OctetsEncoding, takes_every_other_text_as_its_bytes) {
+TEST(OctetsEncoding, TakesEveryOtherTextAsItsBytes) {
     expect_results("octets", {
                                  {"", "="},
                                  {"hello", bytes("68 65 6c 6c 6f")},
@@ -113,7 +113,7 @@ TEST(OctetsEncoding, takes_every_other_text_as_its_bytes) {
                              });
 }
 
-TEST(OctetsEncoding, serves_every_type_name_without_a_meaning_of_its_own) {
+TEST(OctetsEncoding, ServesEveryTypeNameWithoutAMeaningOfItsOwn) {
     for (const std::string type :
          {"string", "Octets", "", "vsa", "tlv", "struct", "no-such-type", " integer"}) {
         EXPECT_EQ(encoded(record_of(type), "0xabc"), "=0abc") << type;
@@ -121,7 +121,7 @@ TEST(OctetsEncoding, serves_every_type_name_without_a_meaning_of_its_own) {
     }
 }
 
-TEST(IntegerEncoding, takes_the_decimal_numbers_of_32_bits) {
+TEST(IntegerEncoding, TakesTheDecimalNumbersOf32Bits) {
     expect_results("integer", {
                                   {"0", bytes("00 00 00 00")},
                                   {"1", bytes("00 00 00 01")},
@@ -132,7 +132,7 @@ TEST(IntegerEncoding, takes_the_decimal_numbers_of_32_bits) {
                               });
 }
 
-TEST(IntegerEncoding, drops_every_other_text) {
+TEST(IntegerEncoding, DropsEveryOtherText) {
     expect_results("integer", {
                                   {"", "nothing"},
                                   {"4294967296", "nothing"},
@@ -152,7 +152,7 @@ TEST(IntegerEncoding, drops_every_other_text) {
                               });
 }
 
-TEST(SignedEncoding, takes_the_decimal_numbers_of_32_bits_in_twos_complement) {
+TEST(SignedEncoding, TakesTheDecimalNumbersOf32BitsInTwosComplement) {
     expect_results("signed", {
                                  {"0", bytes("00 00 00 00")},
                                  {"-1", bytes("ff ff ff ff")},
@@ -162,7 +162,7 @@ TEST(SignedEncoding, takes_the_decimal_numbers_of_32_bits_in_twos_complement) {
                              });
 }
 
-TEST(SignedEncoding, drops_every_other_text) {
+TEST(SignedEncoding, DropsEveryOtherText) {
     expect_results("signed", {
                                  {"2147483648", "nothing"},
                                  {"-2147483649", "nothing"},
@@ -174,7 +174,7 @@ TEST(SignedEncoding, drops_every_other_text) {
                              });
 }
 
-TEST(Integer64Encoding, takes_the_decimal_numbers_of_64_bits) {
+TEST(Integer64Encoding, TakesTheDecimalNumbersOf64Bits) {
     expect_results("integer64", {
                                     {"0", bytes("00 00 00 00 00 00 00 00")},
                                     {"4294967296", bytes("00 00 00 01 00 00 00 00")},
@@ -182,52 +182,52 @@ TEST(Integer64Encoding, takes_the_decimal_numbers_of_64_bits) {
                                 });
 }
 
-TEST(Integer64Encoding, drops_every_other_text) {
+TEST(Integer64Encoding, DropsEveryOtherText) {
     expect_results(
         "integer64",
         {{"18446744073709551616", "nothing"}, {"-1", "nothing"}, {"", "nothing"}, {"1x", "nothing"}});
 }
 
-TEST(ShortEncoding, takes_the_decimal_numbers_of_16_bits) {
+TEST(ShortEncoding, TakesTheDecimalNumbersOf16Bits) {
     expect_results("short", {{"0", bytes("00 00")}, {"256", bytes("01 00")}, {"65535", bytes("ff ff")}});
 }
 
-TEST(ShortEncoding, drops_every_other_text) {
+TEST(ShortEncoding, DropsEveryOtherText) {
     expect_results("short", {{"65536", "nothing"}, {"-1", "nothing"}, {"", "nothing"}, {"1x", "nothing"}});
 }
 
-TEST(ByteEncoding, takes_the_decimal_numbers_of_8_bits) {
+TEST(ByteEncoding, TakesTheDecimalNumbersOf8Bits) {
     expect_results("byte", {{"0", bytes("00")}, {"255", bytes("ff")}});
 }
 
-TEST(ByteEncoding, drops_every_other_text) {
+TEST(ByteEncoding, DropsEveryOtherText) {
     expect_results("byte", {{"256", "nothing"}, {"-1", "nothing"}, {"", "nothing"}, {"1x", "nothing"}});
 }
 
-TEST(EnumeratedEncoding, takes_the_name_of_a_value_whatever_its_case) {
+TEST(EnumeratedEncoding, TakesTheNameOfAValueWhateverItsCase) {
     EXPECT_EQ(encoded(record_of("enum", "Enum"), "PPP"), bytes("00 00 00 01"));
     EXPECT_EQ(encoded(record_of("enum", "Enum"), "ppp"), bytes("00 00 00 01"));
     EXPECT_EQ(encoded(record_of("enum", "eNUM"), "Big"), bytes("ff ff ff ff"));
 }
 
-TEST(EnumeratedEncoding, drops_an_unknown_name) {
+TEST(EnumeratedEncoding, DropsAnUnknownName) {
     EXPECT_EQ(encoded(record_of("enum", "Enum"), "PPX"), "nothing");
 }
 
-TEST(EnumeratedEncoding, takes_a_number_that_has_no_name) {
+TEST(EnumeratedEncoding, TakesANumberThatHasNoName) {
     EXPECT_EQ(encoded(record_of("enum", "Enum"), "3"), bytes("00 00 00 03"));
 }
 
-TEST(EnumeratedEncoding, lets_a_name_of_digits_win_over_the_number) {
+TEST(EnumeratedEncoding, LetsANameOfDigitsWinOverTheNumber) {
     EXPECT_EQ(encoded(record_of("enum", "Enum"), "12"), bytes("00 00 00 63"));
     EXPECT_EQ(encoded(record_of("enum", "Enum"), "012"), bytes("00 00 00 0c"));
 }
 
-TEST(EnumeratedEncoding, knows_an_empty_name) {
+TEST(EnumeratedEncoding, KnowsAnEmptyName) {
     EXPECT_EQ(encoded(record_of("enum", "Enum"), ""), bytes("00 00 00 07"));
 }
 
-TEST(EnumeratedEncoding, serves_numbers_of_every_type_in_the_width_of_the_type) {
+TEST(EnumeratedEncoding, ServesNumbersOfEveryTypeInTheWidthOfTheType) {
     EXPECT_EQ(encoded(record_of("integer", "Integer"), "one"), bytes("00 00 00 01"));
     EXPECT_EQ(encoded(record_of("time", "Time"), "epoch"), bytes("00 00 00 00"));
     EXPECT_EQ(encoded(record_of("signed", "Signed"), "minus-one"), bytes("ff ff ff ff"));
@@ -236,17 +236,17 @@ TEST(EnumeratedEncoding, serves_numbers_of_every_type_in_the_width_of_the_type) 
     EXPECT_EQ(encoded(record_of("byte", "Byte"), "full"), bytes("ff"));
 }
 
-TEST(EnumeratedEncoding, does_not_check_that_a_named_number_fits) {
+TEST(EnumeratedEncoding, DoesNotCheckThatANamedNumberFits) {
     EXPECT_EQ(encoded(record_of("short", "Short"), "Too-Big"), bytes("00 01"));
     EXPECT_EQ(encoded(record_of("byte", "Byte"), "Too-Big"), bytes("02"));
 }
 
-TEST(EnumeratedEncoding, keeps_the_names_of_attributes_apart) {
+TEST(EnumeratedEncoding, KeepsTheNamesOfAttributesApart) {
     EXPECT_EQ(encoded(record_of("enum", "Enum"), "One"), "nothing");
     EXPECT_EQ(encoded(record_of("enum", "Other"), "PPP"), "nothing");
 }
 
-TEST(EnumeratedEncoding, looks_no_name_up_for_an_attribute_without_one) {
+TEST(EnumeratedEncoding, LooksNoNameUpForAnAttributeWithoutOne) {
     const test::SharedDictionary nameless = test::dictionary_from(R"(
 attributes:
   "": {type: integer, values: {One: 1}}
@@ -255,7 +255,7 @@ attributes:
     EXPECT_EQ(encode_text_value(*nameless, record_of("integer", ""), "1"), test::hex("00000001"));
 }
 
-TEST(TimeEncoding, takes_the_decimal_numbers_of_32_bits) {
+TEST(TimeEncoding, TakesTheDecimalNumbersOf32Bits) {
     expect_results("time", {
                                {"0", bytes("00 00 00 00")},
                                {"4294967295", bytes("ff ff ff ff")},
@@ -267,7 +267,7 @@ TEST(TimeEncoding, takes_the_decimal_numbers_of_32_bits) {
                            });
 }
 
-TEST(TimeEncoding, takes_a_date_and_time_in_utc) {
+TEST(TimeEncoding, TakesADateAndTimeInUtc) {
     expect_results("time", {
                                {"1970-01-01T00:00:00", bytes("00 00 00 00")},
                                {"1970-01-01T00:00:00Z", bytes("00 00 00 00")},
@@ -279,7 +279,7 @@ TEST(TimeEncoding, takes_a_date_and_time_in_utc) {
                            });
 }
 
-TEST(TimeEncoding, takes_off_an_offset_from_utc) {
+TEST(TimeEncoding, TakesOffAnOffsetFromUtc) {
     expect_results("time", {
                                {"2024-01-01T02:00:00+02:00", bytes("65 92 00 80")},
                                {"2024-01-01T02:00:00+0200", bytes("65 92 00 80")},
@@ -291,7 +291,7 @@ TEST(TimeEncoding, takes_off_an_offset_from_utc) {
                            });
 }
 
-TEST(TimeEncoding, passes_over_a_fraction_of_a_second) {
+TEST(TimeEncoding, PassesOverAFractionOfASecond) {
     expect_results("time", {
                                {"2024-01-01T00:00:00.5Z", bytes("65 92 00 80")},
                                {"2024-01-01T00:00:00.999999999", bytes("65 92 00 80")},
@@ -301,7 +301,7 @@ TEST(TimeEncoding, passes_over_a_fraction_of_a_second) {
                            });
 }
 
-TEST(TimeEncoding, refuses_a_malformed_date_and_time) {
+TEST(TimeEncoding, RefusesAMalformedDateAndTime) {
     for (const std::string text :
          {"T", "Today", "2024-01-01T", "2024-01-01T00:00", "2024-13-01T00:00:00Z", "2024-01-01T25:00:00Z",
           "2024-01-01 T00:00:00Z x", "2024-01-01T00:00:00z", "2024-01-01T00:00:00Zulu",
@@ -310,13 +310,13 @@ TEST(TimeEncoding, refuses_a_malformed_date_and_time) {
     }
 }
 
-TEST(TimeEncoding, refuses_what_follows_an_embedded_zero_byte) {
+TEST(TimeEncoding, RefusesWhatFollowsAnEmbeddedZeroByte) {
     const std::string text("2024-01-01T00:00:00\0Z", 21);
     // The message is a C string and ends where the text's zero byte is.
     EXPECT_EQ(encoded(record_of("time"), text), "invalid ISO 8601 time: 2024-01-01T00:00:00");
 }
 
-TEST(TimeEncoding, refuses_a_malformed_offset) {
+TEST(TimeEncoding, RefusesAMalformedOffset) {
     for (const std::string text :
          {"2024-01-01T00:00:00+2", "2024-01-01T00:00:00+", "2024-01-01T00:00:00-020",
           "2024-01-01T00:00:00+02000", "2024-01-01T00:00:00+02:0x", "2024-01-01T00:00:00+02:00Z",
@@ -325,7 +325,7 @@ TEST(TimeEncoding, refuses_a_malformed_offset) {
     }
 }
 
-TEST(TimeEncoding, refuses_times_before_1970_and_beyond_32_bits) {
+TEST(TimeEncoding, RefusesTimesBefore1970AndBeyond32Bits) {
     for (const std::string text :
          {"1969-12-31T23:59:59Z", "1900-01-01T00:00:00Z", "1970-01-01T00:00:00+00:01", "2106-02-07T06:28:16Z",
           "2106-02-07T06:28:15-00:01", "9999-12-31T23:59:59Z"}) {
@@ -333,24 +333,24 @@ TEST(TimeEncoding, refuses_times_before_1970_and_beyond_32_bits) {
     }
 }
 
-TEST(TimeEncoding, brings_a_time_into_range_by_its_offset) {
+TEST(TimeEncoding, BringsATimeIntoRangeByItsOffset) {
     expect_results("time", {{"1969-12-31T23:59:00-00:01", bytes("00 00 00 00")},
                             {"2106-02-07T06:29:15+00:01", bytes("ff ff ff ff")}});
 }
 
-TEST(TimeEncoding, reads_any_text_with_a_capital_t_that_names_no_value_as_a_date) {
+TEST(TimeEncoding, ReadsAnyTextWithACapitaltThatNamesNoValueAsADate) {
     // Even one that names a value: only a text without "T" is looked up.
     EXPECT_EQ(encoded(record_of("time", "Time"), "Tomorrow"), "invalid ISO 8601 time: Tomorrow");
     EXPECT_EQ(encoded(record_of("time", "Time"), "tomorrow"), bytes("00 01 51 80"));
 }
 
-TEST(Ipv4AddressEncoding, takes_dotted_quads) {
+TEST(Ipv4AddressEncoding, TakesDottedQuads) {
     expect_results("ipv4addr", {{"192.168.1.16", bytes("c0 a8 01 10")},
                                 {"0.0.0.0", bytes("00 00 00 00")},
                                 {"255.255.255.255", bytes("ff ff ff ff")}});
 }
 
-TEST(Ipv4AddressEncoding, refuses_everything_else) {
+TEST(Ipv4AddressEncoding, RefusesEverythingElse) {
     for (const std::string text : {"", "1.2.3", "1.2.3.4.5", "256.1.1.1", "1.2.3.4 ", " 1.2.3.4", "1.2.3.x",
                                    "::1", "16909060", "1.2.3.4/32", "localhost"}) {
         EXPECT_EQ(encoded(record_of("ipv4addr"), text), "invalid ipv4addr: " + text);
@@ -358,7 +358,7 @@ TEST(Ipv4AddressEncoding, refuses_everything_else) {
     EXPECT_EQ(encoded(record_of("ipv4addr"), std::string_view("1.2.3.4\0x", 9)), "invalid ipv4addr: 1.2.3.4");
 }
 
-TEST(Ipv4PrefixEncoding, is_a_zero_byte_the_length_and_the_whole_address) {
+TEST(Ipv4PrefixEncoding, IsAZeroByteTheLengthAndTheWholeAddress) {
     expect_results("ipv4prefix", {
                                      {"10.0.0.0/8", bytes("00 08 0a 00 00 00")},
                                      {"10.0.0.0/08", bytes("00 08 0a 00 00 00")},
@@ -367,7 +367,7 @@ TEST(Ipv4PrefixEncoding, is_a_zero_byte_the_length_and_the_whole_address) {
                                  });
 }
 
-TEST(Ipv4PrefixEncoding, refuses_everything_else) {
+TEST(Ipv4PrefixEncoding, RefusesEverythingElse) {
     for (const std::string text : {"10.0.0.0/33", "10.0.0.0", "", "/", "/24", "10.0.0.0/", "10.0.0.0/-1",
                                    "10.0.0.0/+8", "10.0.0.0/8x", "10.0.0.0/8/8", "10.0.0/8", "10.0.0.0 /8",
                                    "10.0.0.0/ 8", "10.0.0.0/256", "10.0.0.0/264", "2001:db8::/32"}) {
@@ -375,7 +375,7 @@ TEST(Ipv4PrefixEncoding, refuses_everything_else) {
     }
 }
 
-TEST(Ipv6AddressEncoding, takes_what_inet_pton_takes) {
+TEST(Ipv6AddressEncoding, TakesWhatInetPtonTakes) {
     expect_results("ipv6addr", {
                                    {"::", bytes("00000000000000000000000000000000")},
                                    {"::1", bytes("00000000000000000000000000000001")},
@@ -384,14 +384,14 @@ TEST(Ipv6AddressEncoding, takes_what_inet_pton_takes) {
                                });
 }
 
-TEST(Ipv6AddressEncoding, refuses_everything_else) {
+TEST(Ipv6AddressEncoding, RefusesEverythingElse) {
     for (const std::string text :
          {"", ":", "1.2.3.4", "2001:db8", "::1%lo", "[::1]", "2001:db8::1::2", "::1 "}) {
         EXPECT_EQ(encoded(record_of("ipv6addr"), text), "invalid ipv6addr: " + text);
     }
 }
 
-TEST(Ipv6PrefixEncoding, is_a_zero_byte_the_length_and_as_many_bytes_as_the_length_covers) {
+TEST(Ipv6PrefixEncoding, IsAZeroByteTheLengthAndAsManyBytesAsTheLengthCovers) {
     expect_results("ipv6prefix", {
                                      {"2001:db8::/32", bytes("00 20 20 01 0d b8")},
                                      {"2001:db8::/0", bytes("00 00")},
@@ -404,25 +404,25 @@ TEST(Ipv6PrefixEncoding, is_a_zero_byte_the_length_and_as_many_bytes_as_the_leng
                                  });
 }
 
-TEST(Ipv6PrefixEncoding, refuses_everything_else) {
+TEST(Ipv6PrefixEncoding, RefusesEverythingElse) {
     for (const std::string text : {"2001:db8::/129", "2001:db8::", "", "/64", "2001:db8::/", "2001:db8::/-1",
                                    "2001:db8::/64x", "2001:db8::/256", "10.0.0.0/8", "2001:db8::/64/64"}) {
         EXPECT_EQ(encoded(record_of("ipv6prefix"), text), "invalid ipv6prefix: " + text);
     }
 }
 
-TEST(ComboIpEncoding, takes_addresses_of_either_kind) {
+TEST(ComboIpEncoding, TakesAddressesOfEitherKind) {
     expect_results("combo-ip", {{"192.168.1.16", bytes("c0 a8 01 10")},
                                 {"2001:db8::1", bytes("20010db8000000000000000000000001")}});
 }
 
-TEST(ComboIpEncoding, refuses_everything_else) {
+TEST(ComboIpEncoding, RefusesEverythingElse) {
     for (const std::string text : {"", "1.2.3", "2001:db8", "host", "10.0.0.0/8"}) {
         EXPECT_EQ(encoded(record_of("combo-ip"), text), "invalid combo-ip: " + text);
     }
 }
 
-TEST(HexGroupEncoding, takes_digits_and_passes_over_separators) {
+TEST(HexGroupEncoding, TakesDigitsAndPassesOverSeparators) {
     for (const std::string type : {"ether", "ifid"}) {
         expect_results(type, {
                                  {"00:11:22:33:44:55", bytes("00 11 22 33 44 55")},
@@ -436,11 +436,11 @@ TEST(HexGroupEncoding, takes_digits_and_passes_over_separators) {
     }
 }
 
-TEST(HexGroupEncoding, puts_a_zero_before_an_odd_number_of_digits) {
+TEST(HexGroupEncoding, PutsAZeroBeforeAnOddNumberOfDigits) {
     expect_results("ether", {{"1", bytes("01")}, {"0:11:22", bytes("00 11 22")}, {"abc", bytes("0a bc")}});
 }
 
-TEST(HexGroupEncoding, refuses_every_other_character) {
+TEST(HexGroupEncoding, RefusesEveryOtherCharacter) {
     for (const std::string text : {"00:1g", "0x00", "00.11", "xyz", "\xc3\xa9"}) {
         EXPECT_EQ(encoded(record_of("ether"), text), "invalid hex: " + text);
         EXPECT_EQ(encoded(record_of("ifid"), text), "invalid hex: " + text);

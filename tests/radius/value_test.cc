@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "support/packets.h"
+#include "testing/packets.h"
 
 namespace quarn::subscriber::radius {
 namespace {
@@ -29,7 +29,7 @@ void expect_texts(std::initializer_list<Row> rows) {
     }
 }
 
-TEST(ValueText, of_octets_is_the_bytes_unchanged) {
+TEST(ValueText, OfOctetsIsTheBytesUnchanged) {
     expect_texts({
         {"octets", "", ""},
         {"octets", "00 ff", std::string("\0\xff", 2)},
@@ -39,7 +39,7 @@ TEST(ValueText, of_octets_is_the_bytes_unchanged) {
     });
 }
 
-TEST(ValueText, of_a_type_name_without_a_meaning_of_its_own_is_the_bytes_unchanged) {
+TEST(ValueText, OfATypeNameWithoutAMeaningOfItsOwnIsTheBytesUnchanged) {
     expect_texts({
         {"", "41", "A"},
         {"tlv", "01 03 41", "\x01\x03\x41"},
@@ -49,7 +49,7 @@ TEST(ValueText, of_a_type_name_without_a_meaning_of_its_own_is_the_bytes_unchang
     });
 }
 
-TEST(ValueText, of_an_integer_is_its_first_four_bytes_in_decimal) {
+TEST(ValueText, OfAnIntegerIsItsFirstFourBytesInDecimal) {
     expect_texts({
         {"integer", "00 00 00 00", "0"},
         {"integer", "00 00 00 01", "1"},
@@ -63,11 +63,11 @@ TEST(ValueText, of_an_integer_is_its_first_four_bytes_in_decimal) {
     });
 }
 
-TEST(ValueText, of_an_integer_of_fewer_than_four_bytes_is_empty) {
+TEST(ValueText, OfAnIntegerOfFewerThanFourBytesIsEmpty) {
     expect_texts({{"integer", "", ""}, {"integer", "01", ""}, {"integer", "00 00 01", ""}});
 }
 
-TEST(ValueText, of_a_time_is_iso_8601_in_utc) {
+TEST(ValueText, OfATimeIsIso8601InUtc) {
     expect_texts({
         {"time", "00 00 00 00", "1970-01-01T00:00:00Z"},
         {"time", "00 00 00 01", "1970-01-01T00:00:01Z"},
@@ -80,7 +80,7 @@ TEST(ValueText, of_a_time_is_iso_8601_in_utc) {
     });
 }
 
-TEST(ValueText, of_a_signed_number_has_a_minus_when_it_is_negative) {
+TEST(ValueText, OfASignedNumberHasAMinusWhenItIsNegative) {
     expect_texts({
         {"signed", "ff ff ff ff", "-1"},
         {"signed", "00 00 00 00", "0"},
@@ -91,7 +91,7 @@ TEST(ValueText, of_a_signed_number_has_a_minus_when_it_is_negative) {
     });
 }
 
-TEST(ValueText, of_an_integer64_is_its_last_eight_bytes_in_decimal) {
+TEST(ValueText, OfAnInteger64IsItsLastEightBytesInDecimal) {
     expect_texts({
         {"integer64", "00 00 00 00 00 00 00 00", "0"},
         {"integer64", "00 00 00 01 00 00 00 00", "4294967296"},
@@ -103,7 +103,7 @@ TEST(ValueText, of_an_integer64_is_its_last_eight_bytes_in_decimal) {
     });
 }
 
-TEST(ValueText, of_a_short_is_its_first_two_bytes_in_decimal) {
+TEST(ValueText, OfAShortIsItsFirstTwoBytesInDecimal) {
     expect_texts({
         {"short", "00 00", "0"},
         {"short", "01 00", "256"},
@@ -114,11 +114,11 @@ TEST(ValueText, of_a_short_is_its_first_two_bytes_in_decimal) {
     });
 }
 
-TEST(ValueText, of_a_byte_is_its_first_byte_in_decimal) {
+TEST(ValueText, OfAByteIsItsFirstByteInDecimal) {
     expect_texts({{"byte", "00", "0"}, {"byte", "ff", "255"}, {"byte", "07 ff", "7"}, {"byte", "", ""}});
 }
 
-TEST(ValueText, of_an_ipv4_address_needs_exactly_four_bytes) {
+TEST(ValueText, OfAnIpv4AddressNeedsExactlyFourBytes) {
     expect_texts({
         {"ipv4addr", "c0 a8 01 10", "192.168.1.16"},
         {"ipv4addr", "00 00 00 00", "0.0.0.0"},
@@ -129,7 +129,7 @@ TEST(ValueText, of_an_ipv4_address_needs_exactly_four_bytes) {
     });
 }
 
-TEST(ValueText, of_an_ipv4_prefix_needs_six_bytes_and_a_length_of_at_most_32) {
+TEST(ValueText, OfAnIpv4PrefixNeedsSixBytesAndALengthOfAtMost32) {
     expect_texts({
         {"ipv4prefix", "00 18 0a 00 00 00", "10.0.0.0/24"},
         {"ipv4prefix", "00 00 00 00 00 00", "0.0.0.0/0"},
@@ -143,7 +143,7 @@ TEST(ValueText, of_an_ipv4_prefix_needs_six_bytes_and_a_length_of_at_most_32) {
     });
 }
 
-TEST(ValueText, of_an_ipv6_address_needs_exactly_sixteen_bytes) {
+TEST(ValueText, OfAnIpv6AddressNeedsExactlySixteenBytes) {
     expect_texts({
         {"ipv6addr", "20 01 0d b8 00 00 00 00 00 00 00 00 00 00 00 01", "2001:db8::1"},
         {"ipv6addr", "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00", "::"},
@@ -153,7 +153,7 @@ TEST(ValueText, of_an_ipv6_address_needs_exactly_sixteen_bytes) {
     });
 }
 
-TEST(ValueText, of_an_ipv6_prefix_fills_the_missing_bytes_with_zeros) {
+TEST(ValueText, OfAnIpv6PrefixFillsTheMissingBytesWithZeros) {
     expect_texts({
         {"ipv6prefix", "00 40 20 01 0d b8", "2001:db8::/64"},
         {"ipv6prefix", "00 00", "::/0"},
@@ -163,7 +163,7 @@ TEST(ValueText, of_an_ipv6_prefix_fills_the_missing_bytes_with_zeros) {
     });
 }
 
-TEST(ValueText, of_an_ipv6_prefix_is_empty_when_length_or_size_is_impossible) {
+TEST(ValueText, OfAnIpv6PrefixIsEmptyWhenLengthOrSizeIsImpossible) {
     expect_texts({
         {"ipv6prefix", "", ""},
         {"ipv6prefix", "00", ""},
@@ -173,7 +173,7 @@ TEST(ValueText, of_an_ipv6_prefix_is_empty_when_length_or_size_is_impossible) {
     });
 }
 
-TEST(ValueText, of_a_combo_ip_goes_by_its_size) {
+TEST(ValueText, OfAComboIpGoesByItsSize) {
     expect_texts({
         {"combo-ip", "c0 a8 01 10", "192.168.1.16"},
         {"combo-ip", "20 01 0d b8 00 00 00 00 00 00 00 00 00 00 00 01", "2001:db8::1"},
@@ -185,7 +185,7 @@ TEST(ValueText, of_a_combo_ip_goes_by_its_size) {
     });
 }
 
-TEST(ValueText, of_ether_and_ifid_is_pairs_of_digits_of_any_number) {
+TEST(ValueText, OfEtherAndIfidIsPairsOfDigitsOfAnyNumber) {
     expect_texts({
         {"ether", "0A 0B 0C", "0a:0b:0c"},
         {"ether", "00 1a 2b 3c 4d 5e", "00:1a:2b:3c:4d:5e"},
@@ -196,7 +196,7 @@ TEST(ValueText, of_ether_and_ifid_is_pairs_of_digits_of_any_number) {
     });
 }
 
-TEST(ValueText, is_kept_from_the_first_call) {
+TEST(ValueText, IsKeptFromTheFirstCall) {
     RadiusValue value = value_of("integer", "00 00 00 01");
     EXPECT_EQ(value.string_cache, std::nullopt);
     const std::string& first = value.as_string();
@@ -206,7 +206,7 @@ TEST(ValueText, is_kept_from_the_first_call) {
     EXPECT_EQ(&value.as_string(), &first);
 }
 
-TEST(ValueText, is_kept_when_it_is_empty_too) {
+TEST(ValueText, IsKeptWhenItIsEmptyToo) {
     RadiusValue value = value_of("integer", "00");
     EXPECT_EQ(value.as_string(), "");
     EXPECT_EQ(value.string_cache, "");
@@ -214,14 +214,14 @@ TEST(ValueText, is_kept_when_it_is_empty_too) {
     EXPECT_EQ(value.as_string(), "");
 }
 
-TEST(ValueHex, is_0x_and_two_small_digits_a_byte_whatever_the_type) {
+TEST(ValueHex, Is0xAndTwoSmallDigitsAByteWhateverTheType) {
     EXPECT_EQ(value_of("octets", "00 ff").as_hex(), "0x00ff");
     EXPECT_EQ(value_of("integer", "00 00 00 0A").as_hex(), "0x0000000a");
     EXPECT_EQ(value_of("ipv4addr", "01").as_hex(), "0x01");
     EXPECT_EQ(value_of("text", "").as_hex(), "0x");
 }
 
-TEST(ValueHex, is_never_kept) {
+TEST(ValueHex, IsNeverKept) {
     RadiusValue value = value_of("octets", "01");
     EXPECT_EQ(value.as_hex(), "0x01");
     EXPECT_EQ(value.string_cache, std::nullopt);
@@ -229,21 +229,21 @@ TEST(ValueHex, is_never_kept) {
     EXPECT_EQ(value.as_hex(), "0x02");
 }
 
-TEST(Value, knows_what_its_type_name_stands_for) {
+TEST(Value, KnowsWhatItsTypeNameStandsFor) {
     EXPECT_EQ(value_of("Enum", "").value_type, ValueType::Integer);
     EXPECT_EQ(value_of("Enum", "").type, "Enum");
     EXPECT_EQ(value_of("ifid", "").value_type, ValueType::Ifid);
     EXPECT_EQ(value_of("whatever", "").value_type, ValueType::Octets);
 }
 
-TEST(Value, keeps_data_and_tag) {
+TEST(Value, KeepsDataAndTag) {
     const RadiusValue value("text", hex("41 42"), 31, true);
     EXPECT_EQ(test::to_hex(value.data), "4142");
     EXPECT_EQ(value.tag, 31);
     EXPECT_TRUE(value.has_tag);
 }
 
-TEST(Value, is_copied_and_moved_with_every_field) {
+TEST(Value, IsCopiedAndMovedWithEveryField) {
     RadiusValue original("integer", hex("00 00 00 05"), 9, true);
     original.as_string();
 
@@ -263,7 +263,7 @@ TEST(Value, is_copied_and_moved_with_every_field) {
     EXPECT_EQ(moved.string_cache, "5");
 }
 
-TEST(Ipv6FromBytes, is_the_compressed_form) {
+TEST(Ipv6FromBytes, IsTheCompressedForm) {
     const auto text = [](std::string_view digits) {
         return ipv6_from_bytes(test::authenticator_from(digits));
     };

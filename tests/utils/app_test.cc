@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "support/warnings.h"
+#include "testing/warnings.h"
 
 namespace quarn {
 namespace {

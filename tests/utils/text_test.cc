@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "support/thrown_text.h"
+#include "testing/thrown_text.h"
 
 namespace quarn::utils {
 namespace {

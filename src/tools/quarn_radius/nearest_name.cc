@@ -1,4 +1,4 @@
-#include "quarn/tools/quarn_radius/nearest_name.h"
+#include "quarn_radius/nearest_name.h"
 
 #include <algorithm>
 #include <numeric>
@@ -6,7 +6,7 @@
 
 #include "quarn/utils/ascii.h"
 
-namespace quarn::companion {
+namespace quarn::quarn_radius {
 
 std::size_t edit_distance(std::string_view left, std::string_view right) {
     const std::string a = utils::ascii_lower(left);
@@ -51,4 +51,4 @@ std::string suggestion(std::string_view name, std::span<const std::string_view> 
     return nearest ? ", did you mean \"" + std::string(*nearest) + "\"?" : std::string();
 }
 
-}  // namespace quarn::companion
+}  // namespace quarn::quarn_radius

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace quarn::companion {
+namespace quarn::quarn_radius {
 
 /// How many letters have to be put in, taken out, replaced or swapped with their neighbour to make one text
 /// of the other. Letters match without regard to ASCII case.
@@ -20,4 +20,4 @@ std::optional<std::string_view> nearest_name(std::string_view name,
 /// `, did you mean "encrypt"?`, or nothing when no candidate is near.
 std::string suggestion(std::string_view name, std::span<const std::string_view> candidates);
 
-}  // namespace quarn::companion
+}  // namespace quarn::quarn_radius

@@ -1,10 +1,10 @@
-#include "quarn/tools/quarn_radius/nearest_name.h"
+#include "quarn_radius/nearest_name.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 
-namespace quarn::companion {
+namespace quarn::quarn_radius {
 namespace {
 
 constexpr std::array keys = std::to_array<std::string_view>({"code", "type", "encrypt", "has_tag"});
@@ -39,4 +39,4 @@ TEST(Suggestion, IsAQuestionOrNothing) {
 }
 
 }  // namespace
-}  // namespace quarn::companion
+}  // namespace quarn::quarn_radius

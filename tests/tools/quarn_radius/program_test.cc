@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "support/process.h"
-#include "support/scratch_folder.h"
+#include "testing/process.h"
+#include "testing/scratch_folder.h"
 
 namespace quarn::test {
 namespace {

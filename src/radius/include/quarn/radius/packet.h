@@ -1,0 +1,130 @@
+// A RADIUS packet in memory.
+//
+//     RadiusPacket request(dictionary);
+//     request.code = ACCESS_REQUEST;
+//     request.identifier = 7;
+//     request.authenticator = random_authenticator();
+//     request.set_attribute("User-Name", "bob");
+//     request.set_attribute("NAS-Port", 3);
+//     request.add_attribute("Reply-Message", "a second value joins the first");
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "quarn/radius/attribute.h"
+#include "quarn/radius/authenticator.h"
+#include "quarn/radius/dictionary.h"
+#include "quarn/radius/packet_validation.h"
+#include "quarn/utils/case_insensitive.h"
+
+namespace quarn::subscriber::radius {
+
+/// Header fields, attributes, and a share of the dictionary that gives them meaning. All values of one
+/// attribute are kept together, at the place where its first one was added. Used by one thread at a time;
+/// movable, not copyable.
+class RadiusPacket {
+  public:
+    RadiusPacket() = default;
+    /// A packet without attributes, its header fields zero. Without a dictionary it can be neither filled by
+    /// name nor decoded nor validated.
+    explicit RadiusPacket(std::shared_ptr<const RadiusDictionary> shared_dictionary);
+    RadiusPacket(const RadiusPacket&) = delete;
+    RadiusPacket& operator=(const RadiusPacket&) = delete;
+    /// What was moved from may only be assigned to or destroyed.
+    RadiusPacket(RadiusPacket&&) = default;
+    RadiusPacket& operator=(RadiusPacket&&) = default;  ///< the same
+    ~RadiusPacket() = default;
+
+    /// Adds every value of `attribute` to the entry under its key, at the end; a new key gets a new entry,
+    /// last in order, even when there are no values.
+    void add_attribute(RadiusAttribute&& attribute);
+
+    /// Adds one value, made from text as the dictionary's type for the attribute asks (see
+    /// `value_encoding.h`).
+    ///
+    /// Throws `std::runtime_error` "RadiusPacket: unknown attribute " and the name, the packet unchanged,
+    /// when the dictionary does not define it; `std::invalid_argument` for a malformed address, prefix, time
+    /// or hexadecimal text, the attribute's entry then being there without the value. A number that does not
+    /// fit and a text that is not UTF-8 add no value and raise no error.
+    void add_attribute(std::string_view name, std::string_view value);
+
+    /// Replaces all values of an attribute by one, moving it to the end of the order; adds it when it is not
+    /// there. Throws as `add_attribute` does, the old values being gone then.
+    void set_attribute(std::string_view name, std::string_view value);
+
+    /// The same with the decimal text of a number.
+    void set_attribute(std::string_view name, std::uint32_t number);
+
+    /// The attribute of this key, such as "User-Name" or "attr-26.9.77", without regard to ASCII case; null
+    /// when there is none. Valid until the packet is changed or destroyed.
+    const RadiusAttribute* find_attribute(std::string_view key) const;
+
+    /// The attributes in order; valid until the packet is changed or destroyed.
+    std::vector<const RadiusAttribute*> attributes() const;
+
+    /// Checks a decoded packet against the shared secret; the first problem found is the result. Never throws
+    /// for a bad packet.
+    ///
+    /// In this order: a dictionary is attached, the code is supported, the size is possible; then, unless the
+    /// secret or `raw` is empty, Message-Authenticator if there is one (RFC 3579, section 3.2; RFC 5176,
+    /// section 3.4) and the Request or Response Authenticator (RFC 2865, section 3; RFC 2866, section 3). A
+    /// reply needs `request_authenticator`.
+    RadiusPacketValRes validate(std::string_view secret) const;
+
+    /// Keeps alive what the attributes' `metadata` points to: replaced only while there are no attributes.
+    std::shared_ptr<const RadiusDictionary> dictionary;
+    std::uint8_t code = 0;          ///< a `PacketCode` or, as anything may arrive, another number
+    std::uint8_t identifier = 0;    ///< matches a reply to its request (RFC 2865, section 3)
+    Authenticator authenticator{};  ///< the packet's own field; all zero in an Access-Request asks the
+                                    ///< encoder for a random one
+    std::optional<Authenticator> request_authenticator;  ///< for a reply: that of the request it answers
+
+    /// The attributes by key. An entry never moves once inserted, so that `attribute_order` can point to it.
+    std::unordered_map<std::string, RadiusAttribute, utils::SeededCaseInsensitiveHash,
+                       utils::CaseInsensitiveEqual>
+        attribute_map;
+
+    /// Every entry of `attribute_map` once, in the order in which the keys were first inserted.
+    std::vector<RadiusAttribute*> attribute_order;
+
+    Bytes raw;  ///< the datagram from which the packet was decoded, what follows its Length included, and the
+                ///< bytes that `validate` covers; empty for a packet built in memory
+
+  private:
+    friend class PacketDecoder;  // the library's own, behind `pkt_load`
+
+    std::string _key_for_path(const CodePath& code_path, std::string_view name) const;
+    template <typename... Arguments>
+    std::pair<RadiusAttribute&, bool> _find_or_insert_entry(std::string key, Arguments&&... arguments);
+
+    bool _exceeds_maximum_size() const;
+    std::optional<RadiusPacketValRes> _check_message_authenticator(std::string_view secret) const;
+    RadiusPacketValRes _check_authenticator(std::string_view secret) const;
+};
+
+/// The entry under the key; a new one, last in order and made from the arguments, when there is none. The
+/// flag tells whether it is new; when it is not, the arguments are untouched.
+template <typename... Arguments>
+std::pair<RadiusAttribute&, bool> RadiusPacket::_find_or_insert_entry(std::string key,
+                                                                      Arguments&&... arguments) {
+    const auto [entry, is_new] =
+        attribute_map.try_emplace(std::move(key), std::forward<Arguments>(arguments)...);
+    if (is_new) {
+        try {
+            attribute_order.push_back(&entry->second);
+        } catch (...) {
+            attribute_map.erase(entry);
+            throw;
+        }
+    }
+    return {entry->second, is_new};
+}
+
+}  // namespace quarn::subscriber::radius

@@ -1,0 +1,36 @@
+// JSON objects on one line, as they are printed and as they are written into dictionary files.
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace quarn::tools {
+
+/// The text as a JSON string, quotes included.
+std::string json_string(std::string_view text);
+
+/// Builds {"key": value, ...} with its members in the order in which they are added.
+///
+///     JsonObject object;
+///     object.add("name", "Cisco");
+///     object.add("id", 9U);
+///     object.text();  // {"name": "Cisco", "id": 9}
+class JsonObject {
+  public:
+    void add(std::string_view key, std::string_view value) { add_raw(key, json_string(value)); }
+    void add(std::string_view key, std::uint32_t value) { add_raw(key, std::to_string(value)); }
+    void add(std::string_view key, std::same_as<bool> auto value) { add_raw(key, value ? "true" : "false"); }
+    void add(std::string_view key, const JsonObject& value) { add_raw(key, value.text()); }
+
+    bool empty() const { return members_.empty(); }
+    std::string text() const { return "{" + members_ + "}"; }
+
+  private:
+    void add_raw(std::string_view key, std::string_view value);
+
+    std::string members_;
+};
+
+}  // namespace quarn::tools

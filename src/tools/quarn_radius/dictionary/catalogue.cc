@@ -1,0 +1,275 @@
+#include "quarn_radius/dictionary/catalogue.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <string_view>
+#include <unordered_map>
+
+#include "common/json_object.h"
+#include "common/terminal_text.h"
+#include "quarn/radius/hiding.h"
+#include "quarn/radius/wire_format.h"
+#include "quarn/utils/ascii.h"
+#include "quarn/utils/case_insensitive.h"
+#include "quarn/utils/text.h"
+#include "quarn_radius/dictionary/code_text.h"
+#include "quarn_radius/dictionary/files.h"
+#include "quarn_radius/dictionary/name_pattern.h"
+#include "quarn_radius/nearest_name.h"
+
+namespace quarn::quarn_radius {
+
+namespace {
+
+namespace radius = subscriber::radius;
+
+/// What a hiding method does, in brackets.
+std::string hiding_text(std::uint32_t encrypt) {
+    switch (encrypt) {
+        case radius::hidden_as_user_password:
+            return " (hidden as User-Password is)";
+        case radius::hidden_as_tunnel_password:
+            return " (hidden as Tunnel-Password is)";
+        default:
+            return " (not hidden)";
+    }
+}
+
+std::vector<std::string> flags_of(const radius::AttributeMetadata& metadata) {
+    std::vector<std::string> flags;
+    if (metadata.encrypt != 0) {
+        flags.push_back("encrypt " + std::to_string(metadata.encrypt) + hiding_text(metadata.encrypt));
+    }
+    if (metadata.has_tag) {
+        flags.emplace_back("has_tag (begins with a tag byte)");
+    }
+    if (metadata.concat) {
+        flags.emplace_back("concat (several attributes carry one value)");
+    }
+    if (metadata.continuation) {
+        flags.emplace_back("continuation (its vendor's format has a continuation byte)");
+    }
+    return flags;
+}
+
+/// The flags' names alone.
+std::string short_flags(const radius::AttributeMetadata& metadata) {
+    std::string text;
+    for (const std::string& flag : flags_of(metadata)) {
+        text += (text.empty() ? "" : ", ") + flag.substr(0, flag.find(" ("));
+    }
+    return text;
+}
+
+std::string record_text(const AttributeRecord& record) {
+    const radius::AttributeMetadata& metadata = record.metadata;
+    std::string text = tools::terminal_text(metadata.name) + "\n";
+    const auto line = [&text](std::string label, const std::string& content) {
+        label.resize(10, ' ');
+        text.append("  ").append(label).append(tools::terminal_text(content)).append("\n");
+    };
+    line("code", metadata.code.empty() ? "none" : radius::radius_code_path_to_string(metadata.code));
+    line("type", metadata.type);
+    const std::vector<std::string> flags = flags_of(metadata);
+    for (std::size_t i = 0; i < flags.size(); ++i) {
+        line(i == 0 ? "flags" : "", flags[i]);
+    }
+    if (metadata.vendor) {
+        line("vendor", metadata.vendor->name + ", number " + std::to_string(metadata.vendor->id) +
+                           ", format " + metadata.vendor->format);
+    }
+    for (std::size_t i = 0; i < record.values.size(); ++i) {
+        line(i == 0 ? "values" : "",
+             record.values[i].first + " = " + std::to_string(record.values[i].second));
+    }
+    line("defined", place_text(record.place));
+    return text;
+}
+
+/// Columns as wide as their widest entry, two spaces apart.
+std::string list_text(const std::vector<AttributeRecord>& records) {
+    std::size_t code_width = 0;
+    std::size_t name_width = 0;
+    std::size_t type_width = 0;
+    for (const AttributeRecord& record : records) {
+        code_width = std::max(code_width, radius::radius_code_path_to_string(record.metadata.code).size());
+        name_width = std::max(name_width, tools::terminal_text(record.metadata.name).size());
+        type_width = std::max(type_width, tools::terminal_text(record.metadata.type).size());
+    }
+    std::string text;
+    const auto column = [&text](std::string entry, std::size_t width) {
+        entry.resize(width + 2, ' ');
+        text += entry;
+    };
+    for (const AttributeRecord& record : records) {
+        column(radius::radius_code_path_to_string(record.metadata.code), code_width);
+        column(tools::terminal_text(record.metadata.name), name_width);
+        column(tools::terminal_text(record.metadata.type), type_width);
+        text += short_flags(record.metadata);
+        text.erase(text.find_last_not_of(' ') + 1);
+        text += '\n';
+    }
+    return text;
+}
+
+std::string record_json(const AttributeRecord& record) {
+    const radius::AttributeMetadata& metadata = record.metadata;
+    tools::JsonObject object;
+    object.add("name", metadata.name);
+    object.add("code", radius::radius_code_path_to_string(metadata.code));
+    object.add("type", metadata.type);
+    object.add("encrypt", metadata.encrypt);
+    object.add("has_tag", metadata.has_tag);
+    object.add("concat", metadata.concat);
+    object.add("continuation", metadata.continuation);
+    if (metadata.vendor) {
+        tools::JsonObject vendor;
+        vendor.add("id", metadata.vendor->id);
+        vendor.add("name", metadata.vendor->name);
+        vendor.add("format", metadata.vendor->format);
+        object.add("vendor", vendor);
+    }
+    if (!record.values.empty()) {
+        tools::JsonObject values;
+        for (const auto& [name, number] : record.values) {
+            values.add(name, number);
+        }
+        object.add("values", values);
+    }
+    object.add("file", record.place.file);
+    object.add("line", record.place.line);
+    return object.text();
+}
+
+}  // namespace
+
+DictionaryCatalogue::DictionaryCatalogue(const std::string& path) {
+    Problems told_by_the_loader;
+    const std::vector<DictionaryFile> files = read_dictionary_files(path, told_by_the_loader);
+    try {
+        dictionary_.load(path);
+    } catch (const std::exception& error) {
+        throw FileError(error.what());
+    }
+
+    std::unordered_map<std::string, std::size_t, utils::CaseInsensitiveHash, utils::CaseInsensitiveEqual>
+        index;
+    for (const DictionaryFile& file : files) {
+        const auto attributes = find_field(file.root, "attributes");
+        if (!attributes || !attributes->value.IsMap()) {
+            continue;
+        }
+        for (const auto& entry : attributes->value) {
+            const std::string name = text_of(entry.first).value_or("");
+            const radius::AttributeMetadata& metadata = dictionary_.attribute_by_name(name);
+            if (!metadata.known) {
+                continue;
+            }
+            const auto [known, is_new] = index.emplace(name, records_.size());
+            if (is_new) {
+                records_.push_back({metadata, {}, {}});
+            }
+            AttributeRecord& record = records_[known->second];
+            record.place = {file.path, line_of(entry.first)};
+            const auto values = entry.second.IsMap() ? find_field(entry.second, "values") : std::nullopt;
+            if (!values || !values->value.IsMap()) {
+                continue;
+            }
+            for (const auto& value : values->value) {
+                const std::string value_name = text_of(value.first).value_or("");
+                if (const auto number = dictionary_.enum_value(name, value_name)) {
+                    record.values.emplace_back(value_name, *number);
+                }
+            }
+        }
+    }
+    for (AttributeRecord& record : records_) {
+        std::stable_sort(record.values.begin(), record.values.end(),
+                         [](const auto& a, const auto& b) { return a.second < b.second; });
+        const auto repeated = std::unique(record.values.begin(), record.values.end());
+        record.values.erase(repeated, record.values.end());
+    }
+    std::stable_sort(
+        records_.begin(), records_.end(),
+        [](const AttributeRecord& a, const AttributeRecord& b) { return a.metadata.code < b.metadata.code; });
+}
+
+template <typename Predicate>
+std::vector<AttributeRecord> DictionaryCatalogue::select(Predicate predicate) const {
+    std::vector<AttributeRecord> selected;
+    std::copy_if(records_.begin(), records_.end(), std::back_inserter(selected), predicate);
+    return selected;
+}
+
+Findings DictionaryCatalogue::find(const std::string& query) const {
+    if (query.size() >= 2 && query.front() == '/' && query.back() == '/') {
+        const NamePattern pattern(query.substr(1, query.size() - 2));
+        return {Findings::Kind::List, select([&pattern](const AttributeRecord& record) {
+                    return pattern.matches(record.metadata.name);
+                })};
+    }
+    std::string name = query;
+    const auto code = parse_code(query, utils::parse_decimal<std::uint32_t>);
+    if (code) {
+        if (const auto& attribute = dictionary_.attribute_by_code(*code); attribute.known) {
+            name = attribute.name;
+        }
+    }
+    const utils::CaseInsensitiveEqual is_same;
+    std::vector<AttributeRecord> named =
+        select([&](const AttributeRecord& record) { return is_same(record.metadata.name, name); });
+    if (!named.empty()) {
+        return {Findings::Kind::One, std::move(named)};
+    }
+    const radius::VendorInfo* vendor = dictionary_.vendor_by_name(query);
+    if (const auto number = utils::parse_decimal<std::uint32_t>(query); vendor == nullptr && number) {
+        vendor = dictionary_.vendor_by_id(*number);
+    }
+    // A number alone is an attribute's first of all, so that the vendors of small numbers need this way.
+    if (vendor == nullptr && code && code->size() == 2 && code->front() == radius::VSA_TYPE) {
+        vendor = dictionary_.vendor_by_id(code->back());
+    }
+    if (vendor == nullptr) {
+        return {};
+    }
+    return {Findings::Kind::List, select([vendor](const AttributeRecord& record) {
+                return record.metadata.vendor && record.metadata.vendor->id == vendor->id;
+            })};
+}
+
+std::string DictionaryCatalogue::suggestion_for(const std::string& query) const {
+    std::vector<std::string_view> names;
+    std::set<std::string_view> vendors;
+    for (const AttributeRecord& record : records_) {
+        names.push_back(record.metadata.name);
+        if (record.metadata.vendor) {
+            vendors.insert(record.metadata.vendor->name);
+        }
+    }
+    names.insert(names.end(), vendors.begin(), vendors.end());
+    return suggestion(query, names);
+}
+
+std::string findings_text(const Findings& findings) {
+    if (findings.kind == Findings::Kind::List) {
+        return list_text(findings.records);
+    }
+    std::string text;
+    for (const AttributeRecord& record : findings.records) {
+        text += record_text(record);
+    }
+    return text;
+}
+
+std::string findings_json(const Findings& findings) {
+    std::string text;
+    for (const AttributeRecord& record : findings.records) {
+        text += record_json(record) + "\n";
+    }
+    return text;
+}
+
+}  // namespace quarn::quarn_radius

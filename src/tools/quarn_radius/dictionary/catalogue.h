@@ -1,0 +1,60 @@
+// Looking attributes up in a dictionary and showing them to a person.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "quarn/radius/attribute_metadata.h"
+#include "quarn/radius/dictionary.h"
+#include "quarn_radius/dictionary/problem.h"
+
+namespace quarn::quarn_radius {
+
+/// An attribute as the dictionary has it, and where it was defined.
+struct AttributeRecord {
+    subscriber::radius::AttributeMetadata metadata;
+    std::vector<std::pair<std::string, std::uint32_t>> values;  ///< by number
+    Place place;
+};
+
+/// What a query found.
+struct Findings {
+    enum class Kind {
+        One,   ///< an attribute was named: it is shown in full
+        List,  ///< a vendor or a pattern was named: one line for each attribute
+    } kind = Kind::One;
+    std::vector<AttributeRecord> records;  ///< by code
+};
+
+/// A loaded dictionary that remembers where its definitions stand.
+class DictionaryCatalogue {
+  public:
+    /// Throws `FileError` when the dictionary cannot be loaded.
+    explicit DictionaryCatalogue(const std::string& path);
+
+    /// Finds, in this order: for "/regex/" every attribute with a part of its name that matches, in any case;
+    /// for numbers with dots the attribute at this code; the attribute of this name, in any case; the
+    /// attributes of the vendor of this name or number, or of the number in "26.9". Throws
+    /// `std::invalid_argument` for a bad regular expression.
+    Findings find(const std::string& query) const;
+
+    /// `, did you mean "Class"?` for a query that found nothing, if something is near.
+    std::string suggestion_for(const std::string& query) const;
+
+  private:
+    template <typename Predicate>
+    std::vector<AttributeRecord> select(Predicate predicate) const;
+
+    subscriber::radius::RadiusDictionary dictionary_;
+    std::vector<AttributeRecord> records_;
+};
+
+/// What was found as text for a terminal, line feeds included.
+std::string findings_text(const Findings& findings);
+
+/// What was found as JSON lines, an attribute a line.
+std::string findings_json(const Findings& findings);
+
+}  // namespace quarn::quarn_radius

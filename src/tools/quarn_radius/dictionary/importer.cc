@@ -1,0 +1,466 @@
+#include "quarn_radius/dictionary/importer.h"
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <set>
+#include <string_view>
+#include <system_error>
+#include <tuple>
+#include <utility>
+
+#include "common/json_object.h"
+#include "quarn/radius/hiding.h"
+#include "quarn/radius/value_type.h"
+#include "quarn/radius/wire_format.h"
+#include "quarn/utils/ascii.h"
+#include "quarn/utils/case_insensitive.h"
+#include "quarn/utils/text.h"
+#include "quarn_radius/dictionary/code_path_limits.h"
+#include "quarn_radius/dictionary/value_limits.h"
+
+namespace quarn::quarn_radius {
+
+namespace {
+
+namespace radius = subscriber::radius;
+using radius::CodePath;
+using radius::ValueType;
+
+/// A YAML reader need not take a key of more than 1024 characters, and yaml-cpp does not.
+constexpr std::size_t max_key_size = 1000;
+
+/// What keeps a name from being a key of the files that are written, if anything.
+std::optional<std::string> fault_of_key(std::string_view name) {
+    if (!utils::is_well_formed_utf8(name)) {
+        return "not valid UTF-8";
+    }
+    if (tools::json_string(name).size() > max_key_size) {
+        return "too long";
+    }
+    return std::nullopt;
+}
+
+/// The source's type names, older and newer ones, and this system's.
+constexpr std::array type_names = std::to_array<std::pair<std::string_view, std::string_view>>({
+    {"string", "text"},
+    {"octets", "octets"},
+    {"ipaddr", "ipv4addr"},
+    {"ipv4addr", "ipv4addr"},
+    {"ipv4prefix", "ipv4prefix"},
+    {"ipv6addr", "ipv6addr"},
+    {"ipv6prefix", "ipv6prefix"},
+    {"combo-ip", "combo-ip"},
+    {"date", "time"},
+    {"integer", "integer"},
+    {"uint32", "integer"},
+    {"integer64", "integer64"},
+    {"uint64", "integer64"},
+    {"short", "short"},
+    {"uint16", "short"},
+    {"byte", "byte"},
+    {"uint8", "byte"},
+    {"signed", "signed"},
+    {"int32", "signed"},
+    {"ether", "ether"},
+    {"ifid", "ifid"},
+    {"tlv", "tlv"},
+    {"vsa", "vsa"},
+    {"extended", "extended"},
+    {"long-extended", "long-extended"},
+    {"evs", "evs"},
+});
+
+bool is_bytes(std::string_view type) {
+    return type == "text" || type == "octets";
+}
+
+class Converter {
+  public:
+    Converter(const TextDictionary& source, Problems& problems) : source_(source), problems_(problems) {}
+
+    std::vector<DictionaryContent> convert() {
+        choose_vendors();
+        const std::vector<const TextAttribute*> chosen = choose_attributes();
+        for (const TextAttribute* const attribute : chosen) {
+            convert_attribute(*attribute);
+        }
+        convert_values();
+        return group_by_vendor();
+    }
+
+  private:
+    /// An attribute on its way: what will be written, and where it came from.
+    struct Converted {
+        AttributeEntry entry;
+        std::optional<std::uint32_t> vendor;
+    };
+
+    void report(const Place& place, Severity severity, std::string text) {
+        problems_.push_back({place.file, place.line, severity, std::move(text)});
+    }
+    void note(const Place& place, std::string text) { report(place, Severity::Note, std::move(text)); }
+    void warn(const Place& place, std::string text) { report(place, Severity::Warning, std::move(text)); }
+
+    /// A vendor's number may have been given several names over the years.
+    void choose_vendors() {
+        std::vector<TextVendor> sound;
+        for (const TextVendor& vendor : source_.vendors) {
+            if (utils::is_well_formed_utf8(vendor.name)) {
+                sound.push_back(vendor);
+            } else {
+                warn(vendor.place, "a vendor is left out: its name is not valid UTF-8");
+            }
+        }
+        for (const TextVendor& vendor : sound) {
+            radius::VendorInfo info;
+            info.id = vendor.id;
+            info.name = vendor.name;
+            info.format = vendor.format;
+            std::string never;
+            radius::parse_vendor_format(info.format, info.type_size, info.length_size, info.continuation,
+                                        never);
+            vendors_.insert_or_assign(vendor.id, Vendor{info, vendor.place});
+        }
+        for (const TextVendor& vendor : sound) {
+            const Vendor& kept = vendors_.at(vendor.id);
+            if (vendor.name != kept.info.name) {
+                note(vendor.place, "vendor " + vendor.name + " goes by the name " + kept.info.name +
+                                       " of the same number, given at " + place_text(kept.place));
+            } else if (vendor.format != kept.info.format) {
+                note(vendor.place, "vendor " + vendor.name + " has the format " + kept.info.format +
+                                       " given at " + place_text(kept.place));
+            }
+        }
+    }
+
+    /// Of attributes with one name or one code the last; sorted by code, so that parents come first.
+    std::vector<const TextAttribute*> choose_attributes() {
+        std::map<std::string, const TextAttribute*> by_name;
+        for (const TextAttribute& attribute : source_.attributes) {
+            by_name[utils::ascii_lower(attribute.name)] = &attribute;
+        }
+        std::map<CodePath, const TextAttribute*> by_code;
+        for (const TextAttribute& attribute : source_.attributes) {
+            const TextAttribute* const kept = by_name.at(utils::ascii_lower(attribute.name));
+            if (kept == &attribute) {
+                by_code[attribute.code] = &attribute;
+            } else if (kept->code != attribute.code) {
+                note(attribute.place, attribute.name + " has the code " +
+                                          radius::radius_code_path_to_string(kept->code) + " given at " +
+                                          place_text(kept->place));
+            }
+        }
+        for (const auto& [name, attribute] : by_name) {
+            const TextAttribute* const kept = by_code.at(attribute->code);
+            if (kept != attribute) {
+                warn(attribute->place, attribute->name + " is left out: its code goes by the name " +
+                                           kept->name + ", given at " + place_text(kept->place));
+                left_out_.insert(name);
+            }
+        }
+        std::vector<const TextAttribute*> chosen;
+        chosen.reserve(by_code.size());
+        for (const auto& [code, attribute] : by_code) {
+            chosen.push_back(attribute);
+        }
+        return chosen;
+    }
+
+    /// Why the attribute has no place in a packet; empty when it has one.
+    std::string misplacement(const TextAttribute& attribute) const {
+        const CodePath& code = attribute.code;
+        const auto vendor = attribute.vendor ? vendors_.find(*attribute.vendor) : vendors_.end();
+        const std::size_t type_size = vendor == vendors_.end() ? 1 : vendor->second.info.type_size;
+        std::string problem = code_path_problem(code, type_size);
+        if (!problem.empty()) {
+            return problem;
+        }
+        // A vendor's own attributes have no definition above them.
+        const bool in_vendor = code[0] == radius::VSA_TYPE && code.size() <= 3;
+        const bool is_vendor = radius::is_extended_type(code[0]) && code.size() <= 3 && code.size() > 1 &&
+                               code[1] == radius::VSA_TYPE;
+        if (code.size() == 1 || in_vendor || is_vendor) {
+            return {};
+        }
+        const CodePath parent_code(code.begin(), code.end() - 1);
+        const auto parent = index_by_code_.find(parent_code);
+        if (parent == index_by_code_.end()) {
+            return "nothing is defined at " + radius::radius_code_path_to_string(parent_code);
+        }
+        const AttributeEntry& entry = converted_[parent->second].entry;
+        if (radius::classify_container_kind(entry.type) == radius::ContainerKind::None) {
+            return entry.name + " of type " + entry.type + " cannot hold it";
+        }
+        return {};
+    }
+
+    void convert_attribute(const TextAttribute& attribute) {
+        const std::string lower = utils::ascii_lower(attribute.name);
+        if (const std::optional<std::string> fault = fault_of_key(attribute.name)) {
+            warn(attribute.place, "an attribute is left out: its name is " + *fault);
+            left_out_.insert(lower);
+            return;
+        }
+        if (attribute.vendor && !vendors_.contains(*attribute.vendor)) {
+            note(attribute.place, attribute.name + " is left out with its vendor");
+            left_out_.insert(lower);
+            return;
+        }
+        if (const std::string problem = misplacement(attribute); !problem.empty()) {
+            warn(attribute.place, attribute.name + " is left out: " + problem);
+            left_out_.insert(lower);
+            return;
+        }
+        AttributeEntry entry;
+        entry.name = attribute.name;
+        entry.code = attribute.code;
+        entry.type = convert_type(attribute);
+        convert_flags(attribute, entry);
+        index_by_name_[lower] = converted_.size();
+        index_by_code_[entry.code] = converted_.size();
+        converted_.push_back({std::move(entry), attribute.vendor});
+    }
+
+    std::string convert_type(const TextAttribute& attribute) {
+        std::string written = utils::ascii_lower(attribute.type);
+        if (const std::size_t bracket = written.find('['); bracket != std::string::npos) {
+            note(attribute.place, "the length of " + attribute.name + " is dropped: " + attribute.type);
+            written.resize(bracket);
+        }
+        const auto* const row =
+            std::find_if(type_names.begin(), type_names.end(),
+                         [&written](const auto& entry) { return entry.first == written; });
+        if (row != type_names.end()) {
+            return std::string(row->second);
+        }
+        note(attribute.place, attribute.name + " becomes octets: there is no type " + attribute.type);
+        return "octets";
+    }
+
+    void convert_flags(const TextAttribute& attribute, AttributeEntry& entry) {
+        const auto becomes_octets = [&](const std::string& reason) {
+            note(attribute.place, attribute.name + " becomes octets: " + reason);
+            entry.type = "octets";
+        };
+        if (radius::classify_container_kind(entry.type) != radius::ContainerKind::None) {
+            if (attribute.encrypt != 0 || attribute.has_tag || attribute.concat || attribute.array) {
+                note(attribute.place, "the flags of " + attribute.name + " are dropped: it is a container");
+            }
+            return;
+        }
+        entry.encrypt = attribute.encrypt;
+        entry.has_tag = attribute.has_tag;
+        entry.concat = attribute.concat;
+        if (attribute.array && entry.type == "text") {
+            note(attribute.place, "the flag array of " + attribute.name + " is dropped");
+        } else if (attribute.array && entry.type != "octets") {
+            becomes_octets("an array cannot be taken apart");
+        }
+        if (attribute.encrypt != 0 && !radius::is_hidden(attribute.encrypt)) {
+            entry.encrypt = 0;
+            becomes_octets("it is hidden by the unknown method " + std::to_string(attribute.encrypt));
+        } else if (attribute.encrypt != 0 && !is_bytes(entry.type)) {
+            becomes_octets("it is hidden on the wire, where it is no " + entry.type);
+        }
+        if (entry.has_tag && entry.encrypt == 0 && is_bytes(entry.type)) {
+            note(attribute.place, attribute.name + " loses has_tag: the tag of a text is optional");
+            entry.has_tag = false;
+        } else if (entry.has_tag && !is_bytes(entry.type) && entry.type != "integer") {
+            note(attribute.place, attribute.name + " loses has_tag: it is no text and no integer");
+            entry.has_tag = false;
+        }
+        if (entry.concat && (attribute.vendor || !is_bytes(entry.type))) {
+            note(attribute.place,
+                 attribute.name + " loses concat: only a plain attribute's bytes are joined");
+            entry.concat = false;
+        }
+    }
+
+    void convert_values() {
+        for (const TextValue& value : source_.values) {
+            const std::string subject = "the value " + value.name + " of " + value.attribute + " is left out";
+            const std::string lower = utils::ascii_lower(value.attribute);
+            const auto index = index_by_name_.find(lower);
+            if (index == index_by_name_.end()) {
+                if (left_out_.contains(lower)) {
+                    note(value.place, subject + " with its attribute");
+                } else {
+                    warn(value.place, subject + ": there is no such attribute");
+                }
+                continue;
+            }
+            AttributeEntry& entry = converted_[index->second].entry;
+            if (radius::classify_value_type(entry.type) != ValueType::Integer) {
+                note(value.place, subject + ": values of type " + entry.type + " are listed as they are");
+            } else if (entry.has_tag && value.number > max_tagged_number) {
+                note(value.place, subject + ": beside a tag there is no room for its number");
+            } else if (const std::optional<std::string> fault = fault_of_key(value.name)) {
+                warn(value.place, "a value of " + value.attribute + " is left out: it is " + *fault);
+            } else {
+                add_value(entry, value);
+            }
+        }
+        for (Converted& attribute : converted_) {
+            std::stable_sort(attribute.entry.values.begin(), attribute.entry.values.end(),
+                             [](const auto& a, const auto& b) { return a.second < b.second; });
+        }
+    }
+
+    /// A number may have several names, of which the last is the one that is listed.
+    void add_value(AttributeEntry& entry, const TextValue& value) {
+        entry.type = "enum";
+        std::erase_if(entry.values, [&](const auto& earlier) {
+            const bool same_name = utils::CaseInsensitiveEqual{}(earlier.first, value.name);
+            if (same_name && earlier != std::pair(value.name, value.number)) {
+                note(value.place, entry.name + " " + earlier.first + " = " + std::to_string(earlier.second) +
+                                      " gives way to " + value.name + " = " + std::to_string(value.number));
+            }
+            return same_name;
+        });
+        entry.values.emplace_back(value.name, value.number);
+    }
+
+    std::vector<DictionaryContent> group_by_vendor() {
+        std::map<std::string, DictionaryContent> by_vendor;
+        DictionaryContent plain;
+        for (Converted& attribute : converted_) {
+            if (!attribute.vendor) {
+                plain.attributes.push_back(std::move(attribute.entry));
+                continue;
+            }
+            const radius::VendorInfo& vendor = vendors_.at(*attribute.vendor).info;
+            // The number keeps vendors apart that were given one name.
+            DictionaryContent& content =
+                by_vendor[utils::ascii_lower(vendor.name) + " " + std::to_string(vendor.id)];
+            content.vendor = vendor;
+            content.attributes.push_back(std::move(attribute.entry));
+        }
+        std::vector<DictionaryContent> contents;
+        std::set<std::uint32_t> used;
+        for (auto& [name, content] : by_vendor) {
+            used.insert(content.vendor->id);
+            contents.push_back(std::move(content));
+        }
+        for (const auto& [id, vendor] : vendors_) {
+            if (!used.contains(id)) {
+                note(vendor.place, "vendor " + vendor.info.name + " is left out: it has no attributes");
+            }
+        }
+        if (!plain.attributes.empty()) {
+            contents.push_back(std::move(plain));
+        }
+        return contents;
+    }
+
+    struct Vendor {
+        radius::VendorInfo info;
+        Place place;
+    };
+
+    const TextDictionary& source_;
+    Problems& problems_;
+    std::map<std::uint32_t, Vendor> vendors_;
+    std::vector<Converted> converted_;
+    std::map<std::string, std::size_t> index_by_name_;
+    std::map<CodePath, std::size_t> index_by_code_;
+    std::set<std::string> left_out_;
+};
+
+void write_file(const std::filesystem::path& file, const std::string& text) {
+    std::error_code failure;
+    std::filesystem::create_directories(file.parent_path(), failure);
+    std::ofstream stream(file, std::ios::binary);
+    stream << text;
+    if (!stream.flush()) {
+        throw FileError(file.string() + ": cannot write");
+    }
+}
+
+/// The vendor's name in lower case, its runs of other characters than letters and digits as one "-".
+std::string file_stem(const std::string& vendor_name) {
+    std::string stem;
+    for (const char character : utils::ascii_lower(vendor_name)) {
+        const bool plain = utils::is_digit(character) || (character >= 'a' && character <= 'z');
+        if (plain) {
+            stem += character;
+        } else if (!stem.empty() && stem.back() != '-') {
+            stem += '-';
+        }
+    }
+    while (stem.ends_with('-')) {
+        stem.pop_back();
+    }
+    return stem;
+}
+
+/// What a file in a folder below calls what `schema` names.
+std::string from_subfolder(const std::string& schema) {
+    const bool relative = schema.find("://") == std::string::npos && !schema.starts_with('/');
+    return relative ? "../" + schema : schema;
+}
+
+/// Keeps the contents of the vendors wanted; throws for one that is not there.
+void keep_vendors(std::vector<DictionaryContent>& contents, const ImportOptions& options) {
+    if (options.vendors.empty()) {
+        return;
+    }
+    const auto has_name = [](const DictionaryContent& content, const std::string& name) {
+        return content.vendor && utils::CaseInsensitiveEqual{}(content.vendor->name, name);
+    };
+    for (const std::string& name : options.vendors) {
+        if (std::none_of(contents.begin(), contents.end(),
+                         [&](const DictionaryContent& content) { return has_name(content, name); })) {
+            throw FileError(options.source + ": has no attributes of a vendor " + name);
+        }
+    }
+    std::erase_if(contents, [&](const DictionaryContent& content) {
+        return std::none_of(options.vendors.begin(), options.vendors.end(),
+                            [&](const std::string& name) { return has_name(content, name); });
+    });
+}
+
+}  // namespace
+
+std::vector<DictionaryContent> convert_text_dictionary(const TextDictionary& source, Problems& problems) {
+    return Converter(source, problems).convert();
+}
+
+ImportSummary import_dictionary(const ImportOptions& options, Problems& problems) {
+    const TextDictionary source = read_text_dictionary(options.source, problems);
+    std::vector<DictionaryContent> contents = convert_text_dictionary(source, problems);
+    std::stable_sort(problems.begin(), problems.end(), [](const Problem& a, const Problem& b) {
+        return std::tie(a.file, a.line) < std::tie(b.file, b.line);
+    });
+    keep_vendors(contents, options);
+
+    ImportSummary summary;
+    std::set<std::string> taken;
+    for (const DictionaryContent& content : contents) {
+        std::string name = "standard.yaml";
+        std::string schema = options.schema;
+        if (content.vendor) {
+            const std::string id = std::to_string(content.vendor->id);
+            std::string stem = file_stem(content.vendor->name);
+            if (stem.empty() || !taken.insert(stem).second) {
+                stem += (stem.empty() ? "" : "-") + id;
+            }
+            name = "vendor/" + stem + ".yaml";
+            schema = from_subfolder(schema);
+        }
+        write_file(options.directory / name, dictionary_file_text(content, schema));
+        summary.files.push_back(name);
+        summary.attributes += content.attributes.size();
+        for (const AttributeEntry& attribute : content.attributes) {
+            summary.values += attribute.values.size();
+        }
+    }
+    const std::string root = "dictionary.yaml";
+    write_file(options.directory / root, root_file_text(summary.files, options.schema));
+    summary.files.push_back(root);
+    return summary;
+}
+
+}  // namespace quarn::quarn_radius

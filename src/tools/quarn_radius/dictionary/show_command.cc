@@ -1,0 +1,66 @@
+#include "quarn_radius/dictionary/show_command.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include "common/default_paths.h"
+#include "common/terminal_text.h"
+#include "quarn_radius/dictionary/catalogue.h"
+
+namespace quarn::quarn_radius {
+
+namespace {
+
+constexpr const char* show_help = R"(Show attributes of a dictionary.
+
+WHAT is one of
+  a name       of an attribute, in any case: its whole record
+  a code       such as 26.14122.7: the record of the attribute at this place
+  a vendor     by name, by number or as in 26.9: a list of its attributes
+               (a number that is an attribute's code shows that attribute)
+  /a regex/    a list of the attributes with a matching part in their name, in
+               any case (an extended regular expression of POSIX))";
+
+constexpr const char* show_examples = R"(Examples:
+  quarn-radius dictionary show service-type
+  quarn-radius dictionary show 26.14122.7
+  quarn-radius dictionary show Aruba
+  quarn-radius dictionary show '/bandwidth-max/'
+
+)";
+
+struct ShowOptions {
+    std::string file = tools::default_dictionary_path;
+    std::string query;
+    bool json = false;
+};
+
+tools::ExitStatus show(const ShowOptions& options, Streams streams) {
+    const DictionaryCatalogue catalogue(options.file);
+    const Findings findings = catalogue.find(options.query);
+    if (findings.records.empty()) {
+        streams.errors << "quarn-radius: nothing matches \"" << tools::terminal_text(options.query) << '"'
+                       << tools::terminal_text(catalogue.suggestion_for(options.query)) << '\n';
+        return tools::ExitStatus::ProblemsFound;
+    }
+    streams.output << (options.json ? findings_json(findings) : findings_text(findings));
+    return tools::ExitStatus::Fine;
+}
+
+}  // namespace
+
+Command add_show_command(CLI::App& parent) {
+    const auto options = std::make_shared<ShowOptions>();
+    CLI::App& command = *parent.add_subcommand("show", show_help);
+    command.add_option("WHAT", options->query, "A name, a code, a vendor or a /regex/")->required();
+    command.add_option("-d", options->file, "The dictionary's root file\nDefault: " + options->file)
+        ->type_name("FILE");
+    command.add_flag("--json", options->json, "Print an attribute a line, as a JSON object");
+    command.footer(std::string(show_examples) + exit_statuses);
+    return {&command, [options](Streams streams) { return show(*options, streams); }};
+}
+
+}  // namespace quarn::quarn_radius

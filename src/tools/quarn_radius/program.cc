@@ -1,0 +1,110 @@
+#include "quarn_radius/program.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "common/terminal_text.h"
+#include "quarn_radius/command.h"
+#include "quarn_radius/dictionary/check_command.h"
+#include "quarn_radius/dictionary/import_command.h"
+#include "quarn_radius/dictionary/problem.h"
+#include "quarn_radius/dictionary/show_command.h"
+
+namespace quarn::quarn_radius {
+
+namespace {
+
+/// Help that is easy on the eye: a blank line before the usage, options with nothing but their argument, and
+/// of a command in a list of commands the first line of its description alone.
+class HelpFormatter : public CLI::Formatter {
+  public:
+    std::string make_usage(const CLI::App* app, std::string name) const override {
+        return "\n" + CLI::Formatter::make_usage(app, std::move(name));
+    }
+    std::string make_option_opts(const CLI::Option* option) const override {
+        const bool has_argument = option->nonpositional() && option->get_type_size() != 0;
+        return has_argument ? " " + option->get_type_name() : "";
+    }
+    std::string make_subcommand(const CLI::App* command) const override {
+        std::string text = "  " + command->get_name();
+        text.resize(get_column_width(), ' ');
+        const std::string description = command->get_description();
+        return text + description.substr(0, description.find('\n')) + "\n";
+    }
+};
+
+/// Whether what was to read the standard output has ended, as `head` does when it has its lines.
+bool reader_has_left() {
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    return poll(&output, 1, 0) > 0 && (output.revents & POLLERR) != 0;
+}
+
+/// Makes a folder of commands, such as `quarn-radius dictionary`: one of them has to be named.
+CLI::App& add_group(CLI::App& program, const std::string& name, const std::string& help) {
+    CLI::App& group = *program.add_subcommand(name, help);
+    group.require_subcommand(1);
+    group.footer(exit_statuses);
+    return group;
+}
+
+tools::ExitStatus run_command(int argc, const char* const* argv, Streams streams) {
+    CLI::App program("What goes with authprobe: tools for RADIUS dictionaries.", "quarn-radius");
+    program.set_version_flag("--version", "quarn-radius " QUARN_VERSION);
+    program.require_subcommand(1);
+    program.footer(exit_statuses);
+    program.formatter(std::make_shared<HelpFormatter>());
+    program.get_formatter()->column_width(20);
+
+    CLI::App& dictionary = add_group(program, "dictionary", "Check, search and import RADIUS dictionaries.");
+    const std::vector<Command> commands = {add_check_command(dictionary), add_show_command(dictionary),
+                                           add_import_command(dictionary)};
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return program.exit(error, streams.output, streams.errors) == 0 ? tools::ExitStatus::Fine
+                                                                        : tools::ExitStatus::Usage;
+    }
+    const auto chosen = std::find_if(commands.begin(), commands.end(),
+                                     [](const Command& command) { return command.parser->parsed(); });
+    try {
+        return chosen->run(streams);
+    } catch (const std::invalid_argument& error) {
+        streams.errors << "quarn-radius: " << tools::terminal_text(error.what()) << '\n';
+        return tools::ExitStatus::Usage;
+    } catch (const FileError& error) {
+        streams.errors << "quarn-radius: " << tools::terminal_text(error.what()) << '\n';
+        return tools::ExitStatus::FileProblem;
+    }
+}
+
+}  // namespace
+
+std::string count_text(std::size_t count, const std::string& singular) {
+    return std::to_string(count) + " " + singular + (count == 1 ? "" : "s");
+}
+
+tools::ExitStatus run(int argc, const char* const* argv, std::ostream& output, std::ostream& errors) {
+    tools::ExitStatus status = tools::ExitStatus::FileProblem;
+    try {
+        status = run_command(argc, argv, {output, errors});
+    } catch (const std::exception& error) {  // there is no memory left, say
+        errors << "quarn-radius: " << error.what() << '\n';
+    }
+    // A full disk, say, shows only when what is buffered is written.
+    if (!output.flush() && !reader_has_left()) {
+        errors << "quarn-radius: standard output: cannot write\n";
+        return tools::ExitStatus::FileProblem;
+    }
+    return status;
+}
+
+}  // namespace quarn::quarn_radius
