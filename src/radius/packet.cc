@@ -55,6 +55,15 @@ void RadiusPacket::set_attribute(std::string_view name, std::uint32_t number) {
     set_attribute(name, std::to_string(number));
 }
 
+void RadiusPacket::_set_wide_number(std::string_view name, const std::string& number) {
+    const AttributeMetadata& record =
+        dictionary ? dictionary->attribute_by_name(name) : RadiusDictionary::unknown_definition();
+    if (record.known && !encode_text_value(*dictionary, record, number)) {
+        throw std::out_of_range("RadiusPacket: number out of range: " + number);
+    }
+    set_attribute(name, number);
+}
+
 const RadiusAttribute* RadiusPacket::find_attribute(std::string_view key) const {
     const auto entry = attribute_map.find(key);
     return entry == attribute_map.end() ? nullptr : &entry->second;

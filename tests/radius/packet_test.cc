@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdlib>
+#include <limits>
 #include <new>
 #include <optional>
 #include <stdexcept>
@@ -10,6 +12,7 @@
 #include <utility>
 
 #include "testing/codec_dictionary.h"
+#include "testing/dictionaries.h"
 
 namespace {
 
@@ -348,6 +351,83 @@ TEST(SetAttribute, StoresANumberAsItsDecimalText) {
     EXPECT_EQ(request.attributes()[0]->values[0].as_string(), "0");
     request.set_attribute("User-Name", std::uint32_t{4294967295});
     EXPECT_EQ(request.attributes()[0]->values[0].as_string(), "4294967295");
+}
+
+TEST(SetAttribute, TakesNumbersOfEveryIntegerType) {
+    RadiusPacket request = packet();
+    const auto stored = [&](auto number) {
+        request.set_attribute("NAS-Port", number);
+        return test::to_hex(request.find_attribute("NAS-Port")->values.front().data);
+    };
+    EXPECT_EQ(stored(3), "00000003");
+    EXPECT_EQ(stored(std::int8_t{127}), "0000007f");
+    EXPECT_EQ(stored(std::uint8_t{255}), "000000ff");
+    EXPECT_EQ(stored(std::uint16_t{65535}), "0000ffff");
+    EXPECT_EQ(stored(std::int64_t{4294967295}), "ffffffff");
+    EXPECT_EQ(stored(std::size_t{0}), "00000000");
+}
+
+TEST(SetAttribute, RefusesNumbersThatTheTypeCannotHold) {
+    RadiusPacket request = packet();
+    request.add_attribute("NAS-Port", "3");
+    request.add_attribute("User-Name", "bob");
+    const Lines before = listing(request);
+    const auto refusal = [&](auto number) {
+        return thrown<std::out_of_range>([&] { request.set_attribute("NAS-Port", number); });
+    };
+    EXPECT_EQ(refusal(-1), "RadiusPacket: number out of range: -1");
+    EXPECT_EQ(refusal(5'000'000'000), "RadiusPacket: number out of range: 5000000000");
+    EXPECT_EQ(refusal(std::numeric_limits<std::int64_t>::min()),
+              "RadiusPacket: number out of range: -9223372036854775808");
+    EXPECT_EQ(refusal(std::numeric_limits<std::uint64_t>::max()),
+              "RadiusPacket: number out of range: 18446744073709551615");
+    EXPECT_EQ(listing(request), before);
+}
+
+TEST(SetAttribute, KeepsWideAndNegativeNumbersWhereTheTypeHoldsThem) {
+    RadiusPacket request(test::dictionary_from(R"(
+attributes:
+  Octet-Count: {code: "1", type: integer64}
+  Temperature: {code: "2", type: signed}
+  Note: {code: "3", type: text}
+)"));
+    request.set_attribute("Octet-Count", 5'000'000'000);
+    request.set_attribute("Temperature", -1);
+    request.set_attribute("Note", -5'000'000'000);
+    EXPECT_EQ(listing(request), (Lines{"Octet-Count (1) 000000012a05f200", "Temperature (2) ffffffff",
+                                       "Note (3) 2d35303030303030303030"}));
+    EXPECT_EQ(thrown<std::out_of_range>([&] { request.set_attribute("Octet-Count", -1); }),
+              "RadiusPacket: number out of range: -1");
+    EXPECT_EQ(thrown<std::out_of_range>([&] { request.set_attribute("Temperature", -2'147'483'649); }),
+              "RadiusPacket: number out of range: -2147483649");
+}
+
+TEST(SetAttribute, DropsA32BitNumberThatANarrowTypeCannotHoldWhateverTheIntegerType) {
+    RadiusPacket request = packet();
+    request.set_attribute("Tagged-Byte", std::uint32_t{256});
+    request.set_attribute("Tagged-Short", 65'536);
+    EXPECT_EQ(listing(request), (Lines{"Tagged-Byte (193)", "Tagged-Short (194)"}));
+}
+
+TEST(SetAttribute, ThrowsForAWideNumberOfANameThatTheDictionaryLacks) {
+    RadiusPacket request = packet();
+    EXPECT_EQ(thrown<std::runtime_error>([&] { request.set_attribute("No-Such", -1); }),
+              "RadiusPacket: unknown attribute No-Such");
+    EXPECT_EQ(thrown<std::runtime_error>([] { RadiusPacket().set_attribute("User-Name", -1); }),
+              "RadiusPacket: unknown attribute User-Name");
+}
+
+template <typename Value>
+concept Settable = requires(RadiusPacket& packet, Value value) {
+    packet.set_attribute("NAS-Port", value);
+};
+
+TEST(SetAttribute, DoesNotCompileForWhatIsNoNumberAndNoText) {
+    EXPECT_TRUE(Settable<int> && Settable<std::uint32_t> && Settable<unsigned long long>);
+    EXPECT_TRUE(Settable<const char*> && Settable<std::string> && Settable<std::string_view>);
+    EXPECT_FALSE(Settable<bool>);
+    EXPECT_FALSE(Settable<char> || Settable<wchar_t> || Settable<char8_t> || Settable<char32_t>);
+    EXPECT_FALSE(Settable<float> || Settable<double>);
 }
 
 TEST(SetAttribute, ThrowsForANameThatTheDictionaryLacks) {

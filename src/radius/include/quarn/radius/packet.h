@@ -9,11 +9,13 @@
 //     request.add_attribute("Reply-Message", "a second value joins the first");
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -25,6 +27,12 @@
 #include "quarn/utils/case_insensitive.h"
 
 namespace quarn::subscriber::radius {
+
+/// An integer type that means a number: not `bool`, and no character type.
+template <typename T>
+concept WholeNumber =
+    std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
+    !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
 
 /// Header fields, attributes, and a share of the dictionary that gives them meaning. All values of one
 /// attribute are kept together, at the place where its first one was added. Used by one thread at a time;
@@ -59,8 +67,26 @@ class RadiusPacket {
     /// there. Throws as `add_attribute` does, the old values being gone then.
     void set_attribute(std::string_view name, std::string_view value);
 
-    /// The same with the decimal text of a number.
+    /// `set_attribute` with the decimal text of a number.
     void set_attribute(std::string_view name, std::uint32_t number);
+
+    /// `set_attribute` with the decimal text of a number of any other width or sign, so that no number is cut
+    /// on the way. 0 to 4294967295 act as a `std::uint32_t` does. For any other number that the attribute's
+    /// type cannot hold, throws `std::out_of_range` "RadiusPacket: number out of range: " and the number, the
+    /// packet unchanged.
+    template <WholeNumber Number>
+    void set_attribute(std::string_view name, Number number) {
+        if (std::in_range<std::uint32_t>(number)) {
+            set_attribute(name, static_cast<std::uint32_t>(number));
+        } else {
+            _set_wide_number(name, std::to_string(number));
+        }
+    }
+
+    /// Deleted: a truth value, a character or a fraction would silently become a whole number.
+    template <typename Other>
+    requires(std::is_arithmetic_v<Other> && !WholeNumber<Other>) void set_attribute(std::string_view name,
+                                                                                    Other value) = delete;
 
     /// The attribute of this key, such as "User-Name" or "attr-26.9.77", without regard to ASCII case; null
     /// when there is none. Valid until the packet is changed or destroyed.
@@ -101,6 +127,7 @@ class RadiusPacket {
     friend class PacketDecoder;  // the library's own, behind `pkt_load`
 
     std::string _key_for_path(const CodePath& code_path, std::string_view name) const;
+    void _set_wide_number(std::string_view name, const std::string& number);
     template <typename... Arguments>
     std::pair<RadiusAttribute&, bool> _find_or_insert_entry(std::string key, Arguments&&... arguments);
 
