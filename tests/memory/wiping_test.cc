@@ -144,6 +144,19 @@ TEST(Wiping, LeavesNoSecretInDigests) {
     EXPECT_EQ(findings_after(long_marker, [] { radius::md5_spans({utils::as_bytes(long_marker)}); }), 0U);
 }
 
+TEST(Wiping, LeavesNoSecretWhoseContextGaveWayToOthers) {
+    for (const std::string_view marker : {short_marker, long_marker}) {
+        EXPECT_EQ(findings_after(marker,
+                                 [marker] {
+                                     radius::hmac_md5_spans(marker, {});
+                                     for (std::size_t i = 0; i < radius::max_keyed_contexts; ++i) {
+                                         radius::hmac_md5_spans("another " + std::to_string(i), {});
+                                     }
+                                 }),
+                  0U);
+    }
+}
+
 TEST(Wiping, LeavesNoPasswordInHiddenOrRevealedValues) {
     const auto hide_and_reveal = [] {
         const utils::byte_span password = utils::as_bytes(long_marker);

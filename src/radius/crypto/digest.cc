@@ -5,6 +5,8 @@
 #include <openssl/evp.h>
 #include <openssl/params.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <string_view>
 #include <unordered_map>
@@ -49,25 +51,50 @@ struct SecretHash : std::hash<std::string_view> {
     using is_transparent = void;
 };
 
-/// This thread's HMAC context for the secret, freshly keyed or used before; null when there can be none.
-EVP_MAC_CTX* thread_hmac_md5_ctx_for(std::string_view secret) {
-    struct cache_s {
-        MacAlgorithm hmac{EVP_MAC_fetch(nullptr, "HMAC", nullptr)};
-        std::unordered_map<utils::SecretText, MacContext, SecretHash, std::equal_to<>> contexts;
-    };
-    thread_local cache_s cache;
+/// Keyed HMAC contexts, at most `max_keyed_contexts`: a further one takes the place of the context that was
+/// not used for the longest time, whose secret is wiped.
+class KeyedContexts {
+  public:
+    /// The context for the secret, freshly keyed or used before; null when there can be none. Valid until the
+    /// next call.
+    EVP_MAC_CTX* context_for(std::string_view secret) {
+        if (!hmac_) {
+            return nullptr;
+        }
+        const std::uint64_t now = ++uses_;
+        if (const auto found = contexts_.find(secret); found != contexts_.end()) {
+            found->second.last_use = now;
+            return found->second.context.get();
+        }
+        MacContext context = new_hmac_md5_ctx(hmac_.get(), secret);
+        if (!context) {
+            return nullptr;
+        }
+        if (contexts_.size() == max_keyed_contexts) {
+            contexts_.erase(std::min_element(contexts_.begin(), contexts_.end(), used_earlier));
+        }
+        return contexts_.emplace(secret, KeyedContext{std::move(context), now}).first->second.context.get();
+    }
 
-    if (!cache.hmac) {
-        return nullptr;
+  private:
+    struct KeyedContext {
+        MacContext context;
+        std::uint64_t last_use;  // the value of `uses_` then
+    };
+    using Contexts = std::unordered_map<utils::SecretText, KeyedContext, SecretHash, std::equal_to<>>;
+
+    static bool used_earlier(const Contexts::value_type& left, const Contexts::value_type& right) {
+        return left.second.last_use < right.second.last_use;
     }
-    if (const auto found = cache.contexts.find(secret); found != cache.contexts.end()) {
-        return found->second.get();
-    }
-    MacContext context = new_hmac_md5_ctx(cache.hmac.get(), secret);
-    if (!context) {
-        return nullptr;
-    }
-    return cache.contexts.emplace(secret, std::move(context)).first->second.get();
+
+    MacAlgorithm hmac_{EVP_MAC_fetch(nullptr, "HMAC", nullptr)};
+    Contexts contexts_;
+    std::uint64_t uses_ = 0;
+};
+
+EVP_MAC_CTX* thread_hmac_md5_ctx_for(std::string_view secret) {
+    thread_local KeyedContexts contexts;
+    return contexts.context_for(secret);
 }
 
 /// Whether a keyed HMAC context can be restarted without giving the key again: OpenSSL releases up to 3.0.2

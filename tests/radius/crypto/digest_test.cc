@@ -224,6 +224,50 @@ TEST(HmacMd5, KeysAContextOnceForEachSecretOfAThread) {
     }).join();
 }
 
+std::string numbered_secret(std::size_t number) {
+    return "secret-" + std::to_string(number);
+}
+
+TEST(HmacMd5, KeepsTheContextsOfTheSecretsUsedLast) {
+    ASSERT_TRUE(allocations_are_counted);
+    std::thread([] {
+        const auto use = [](std::size_t number) {
+            const std::string secret = numbered_secret(number);
+            return allocations_of([&] { hmac_md5_spans(secret, {}); });
+        };
+        for (std::size_t i = 0; i < max_keyed_contexts; ++i) {
+            use(i);
+        }
+        const std::size_t kept = use(0);  // of all of them, 1 is now the one not used for the longest time
+        const std::size_t made_anew = use(max_keyed_contexts);
+        EXPECT_LT(kept, made_anew);
+        EXPECT_EQ(use(0), kept);
+        for (std::size_t i = 2; i <= max_keyed_contexts; ++i) {
+            EXPECT_EQ(use(i), kept) << i;
+        }
+        EXPECT_EQ(use(1), made_anew);  // in the place of 0
+        EXPECT_EQ(use(0), made_anew);  // in the place of 2
+        EXPECT_EQ(use(3), kept);
+    }).join();
+}
+
+TEST(HmacMd5, IsRightForSecretsWhoseContextsAreGone) {
+    constexpr std::size_t secrets = 3 * max_keyed_contexts;
+    std::vector<Authenticator> first;
+    for (std::size_t i = 0; i < secrets; ++i) {
+        first.push_back(hmac_md5_spans(numbered_secret(i), {as_bytes("message")}));
+    }
+    EXPECT_EQ(to_hex(first.front()), "608fae378d2e498b70a9287992850aa9");
+    for (std::size_t i = 0; i < secrets; ++i) {
+        EXPECT_EQ(hmac_md5_spans(numbered_secret(i), {as_bytes("message")}), first[i]) << i;
+    }
+    EXPECT_EQ(to_hex(hmac_md5_spans("", {})), "74e6f7298a9c2d168935f58c001bad88");
+    for (std::size_t i = 0; i < secrets; ++i) {
+        EXPECT_EQ(hmac_md5_spans(numbered_secret(i), {as_bytes("message")}), first[i]) << i;
+    }
+    EXPECT_EQ(to_hex(hmac_md5_spans("", {})), "74e6f7298a9c2d168935f58c001bad88");
+}
+
 TEST(Md5, UsesTheObjectsOfAWarmThreadAgain) {
     ASSERT_TRUE(allocations_are_counted);
     const Bytes message = test::pattern(100);
