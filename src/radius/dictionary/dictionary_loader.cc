@@ -18,14 +18,18 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <memory>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
+#include "dictionary/dictionary_tables.h"
 #include "dictionary/json_document.h"
+#include "dictionary/stable_vector.h"
 #include "quarn/radius/dictionary.h"
 #include "quarn/radius/yaml_number.h"
 #include "quarn/utils/app.h"
@@ -242,6 +246,125 @@ std::vector<std::string> read_includes(const std::string& file, const YAML::Node
     return paths;
 }
 
+using Sources = StableVector<RadiusDictionary::AttributeSource>;
+
+template <typename Node>
+std::optional<VendorInfo> load_vendor(DictionaryTables& tables, const std::string& file, const Node& root) {
+    const std::optional<Node> block = find_map(file, root, "vendor");
+    if (!block) {
+        return std::nullopt;
+    }
+    VendorInfo vendor;
+    std::string format_error;
+    try {
+        vendor.id = node_to_u32((*block)["id"]);
+        if (const auto name = (*block)["name"]) {
+            vendor.name = name.template as<std::string>();
+        }
+        if (const auto format = (*block)["format"]) {
+            vendor.format = format.template as<std::string>();
+        }
+        parse_vendor_format(vendor.format, vendor.type_size, vendor.length_size, vendor.continuation,
+                            format_error);
+    } catch (const std::exception& error) {
+        fail(file, std::string("invalid 'vendor' block: ") + error.what());
+    }
+    if (!format_error.empty()) {
+        fail(file,
+             "vendor '" + vendor.name + "' (line " + std::to_string(line_of(*block)) + "): " + format_error);
+    }
+    tables.add_vendor(vendor);
+    return vendor;
+}
+
+template <typename Node>
+void load_values(DictionaryTables& tables, const std::string& file, std::uint32_t attribute,
+                 const Node& values) {
+    if (values.IsNull()) {
+        return;
+    }
+    if (!values.IsMap()) {
+        fail(file, "'values' must be a map");
+    }
+    const std::size_t attribute_hash = utils::CaseInsensitiveHash()(tables.records[attribute].name);
+    try {
+        for (const auto& entry : values) {
+            std::string name;
+            try {
+                name = entry.first.template as<std::string>();
+            } catch (const std::exception& error) {
+                throw std::runtime_error(std::string("invalid 'values' attribute name: ") + error.what());
+            }
+            if (tables.values.size() == max_values) {
+                throw std::runtime_error("more than " + std::to_string(max_values) + " values in all");
+            }
+            tables.add_value(attribute, attribute_hash, std::move(name), node_to_u32(entry.second));
+        }
+    } catch (const std::exception& error) {
+        fail(file, "values for attribute '" + tables.records[attribute].name + "': " + error.what());
+    }
+}
+
+template <typename Node>
+void load_attributes(DictionaryTables& tables, const std::string& file, const Node& root,
+                     const std::optional<VendorInfo>& vendor, Sources& sources) {
+    const std::optional<Node> attributes = find_map(file, root, "attributes");
+    if (!attributes) {
+        return;
+    }
+    for (const auto& entry : *attributes) {
+        const std::uint32_t line = line_of(entry.first);
+        std::string name;
+        try {
+            name = entry.first.template as<std::string>();
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::exception& error) {
+            App::warn(std::string("invalid attribute name: ") + error.what(),
+                      {{"file", file}, {"line", std::to_string(line)}, {"reason", error.what()}});
+            continue;
+        }
+
+        const auto position = static_cast<std::uint32_t>(tables.records.size());
+        AttributeMetadata& record = tables.records.emplace_back();
+        Definition<Node> definition;
+        try {
+            if (!entry.second.IsMap() && !entry.second.IsNull()) {
+                throw std::invalid_argument("attribute definition must be a map");
+            }
+            definition = find_definition(Node(entry.second));
+            read_metadata(definition, record);
+        } catch (const std::bad_alloc&) {
+            throw;  // no fault of the attribute's, which would be missing from then on
+        } catch (const std::exception& error) {
+            tables.records.pop_back();
+            App::warn(error.what(), {{"file", file},
+                                     {"line", std::to_string(line)},
+                                     {"attribute", name},
+                                     {"reason", error.what()}});
+            continue;
+        }
+        record.name = std::move(name);
+        if (vendor) {
+            record.vendor = vendor;
+            record.continuation = vendor->continuation;
+        }
+        record.derive_fields();
+
+        tables.index_attribute(position);
+        sources.emplace_back(RadiusDictionary::AttributeSource{record.name, record.code, file, line});
+        if (definition.values) {
+            load_values(tables, file, position, *definition.values);
+        }
+    }
+}
+
+template <typename Node>
+void load_blocks(DictionaryTables& tables, const std::string& file, const Node& root, Sources& sources) {
+    const std::optional<VendorInfo> vendor = load_vendor(tables, file, root);
+    load_attributes(tables, file, root, vendor, sources);
+}
+
 }  // namespace
 
 /// What lasts as long as one load.
@@ -253,7 +376,7 @@ struct RadiusDictionary::LoadState {
 };
 
 void RadiusDictionary::load(const std::string& path) {
-    *this = RadiusDictionary();
+    tables_ = std::make_unique<DictionaryTables>();
 
     LoadState state;
     _load_file(path, state);
@@ -278,7 +401,7 @@ void RadiusDictionary::_load_file(const std::string& path, LoadState& state) {
         }
         if (state.document.read(likely)) {  // so it is no link, and includes no other file
             const std::string& file = *state.visited_files.insert(likely).first;
-            _load_blocks(file, state.document.root(), state.sources);
+            load_blocks(*tables_, file, state.document.root(), state.sources);
             return;
         }
         const auto [visit, is_first] = state.visited_files.insert(canonical_path(requested));
@@ -294,126 +417,9 @@ void RadiusDictionary::_load_file(const std::string& path, LoadState& state) {
         if (current.next_include < current.includes.size()) {
             open(std::string(current.includes[current.next_include++]));
         } else {
-            _load_blocks(current.file, current.root, state.sources);
+            load_blocks(*tables_, current.file, current.root, state.sources);
             open_files.pop_back();
         }
-    }
-}
-
-template <typename Node>
-void RadiusDictionary::_load_blocks(const std::string& file, const Node& root, Sources& sources) {
-    const std::optional<VendorInfo> vendor = _load_vendor(file, root);
-    _load_attributes(file, root, vendor, sources);
-}
-
-template <typename Node>
-std::optional<VendorInfo> RadiusDictionary::_load_vendor(const std::string& file, const Node& root) {
-    const std::optional<Node> block = find_map(file, root, "vendor");
-    if (!block) {
-        return std::nullopt;
-    }
-    VendorInfo vendor;
-    std::string format_error;
-    try {
-        vendor.id = node_to_u32((*block)["id"]);
-        if (const auto name = (*block)["name"]) {
-            vendor.name = name.template as<std::string>();
-        }
-        if (const auto format = (*block)["format"]) {
-            vendor.format = format.template as<std::string>();
-        }
-        parse_vendor_format(vendor.format, vendor.type_size, vendor.length_size, vendor.continuation,
-                            format_error);
-    } catch (const std::exception& error) {
-        fail(file, std::string("invalid 'vendor' block: ") + error.what());
-    }
-    if (!format_error.empty()) {
-        fail(file,
-             "vendor '" + vendor.name + "' (line " + std::to_string(line_of(*block)) + "): " + format_error);
-    }
-    vendors_by_name_.insert_or_assign(vendor.name, vendor);
-    vendors_by_id_.insert_or_assign(vendor.id, vendor);
-    return vendor;
-}
-
-template <typename Node>
-void RadiusDictionary::_load_attributes(const std::string& file, const Node& root,
-                                        const std::optional<VendorInfo>& vendor, Sources& sources) {
-    const std::optional<Node> attributes = find_map(file, root, "attributes");
-    if (!attributes) {
-        return;
-    }
-    for (const auto& entry : *attributes) {
-        const std::uint32_t line = line_of(entry.first);
-        std::string name;
-        try {
-            name = entry.first.template as<std::string>();
-        } catch (const std::bad_alloc&) {
-            throw;
-        } catch (const std::exception& error) {
-            App::warn(std::string("invalid attribute name: ") + error.what(),
-                      {{"file", file}, {"line", std::to_string(line)}, {"reason", error.what()}});
-            continue;
-        }
-
-        const auto position = static_cast<std::uint32_t>(records_.size());
-        AttributeMetadata& record = records_.emplace_back();
-        Definition<Node> definition;
-        try {
-            if (!entry.second.IsMap() && !entry.second.IsNull()) {
-                throw std::invalid_argument("attribute definition must be a map");
-            }
-            definition = find_definition(Node(entry.second));
-            read_metadata(definition, record);
-        } catch (const std::bad_alloc&) {
-            throw;  // no fault of the attribute's, which would be missing from then on
-        } catch (const std::exception& error) {
-            records_.pop_back();
-            App::warn(error.what(), {{"file", file},
-                                     {"line", std::to_string(line)},
-                                     {"attribute", name},
-                                     {"reason", error.what()}});
-            continue;
-        }
-        record.name = std::move(name);
-        if (vendor) {
-            record.vendor = vendor;
-            record.continuation = vendor->continuation;
-        }
-        record.derive_fields();
-
-        _index_attribute(position);
-        sources.emplace_back(AttributeSource{record.name, record.code, file, line});
-        if (definition.values) {
-            _load_values(file, position, *definition.values);
-        }
-    }
-}
-
-template <typename Node>
-void RadiusDictionary::_load_values(const std::string& file, std::uint32_t attribute, const Node& values) {
-    if (values.IsNull()) {
-        return;
-    }
-    if (!values.IsMap()) {
-        fail(file, "'values' must be a map");
-    }
-    const std::size_t attribute_hash = utils::CaseInsensitiveHash()(records_[attribute].name);
-    try {
-        for (const auto& entry : values) {
-            std::string name;
-            try {
-                name = entry.first.template as<std::string>();
-            } catch (const std::exception& error) {
-                throw std::runtime_error(std::string("invalid 'values' attribute name: ") + error.what());
-            }
-            if (values_.size() == max_values) {
-                throw std::runtime_error("more than " + std::to_string(max_values) + " values in all");
-            }
-            _add_value(attribute, attribute_hash, std::move(name), node_to_u32(entry.second));
-        }
-    } catch (const std::exception& error) {
-        fail(file, "values for attribute '" + records_[attribute].name + "': " + error.what());
     }
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "dictionary/dictionary_tables.h"
 #include "quarn/net/buffer_reader.h"
 #include "quarn/radius/hiding.h"
 #include "quarn/radius/wire_format.h"
@@ -31,7 +32,8 @@ constexpr std::size_t short_attribute_size = 8;
 // Not in the unnamed namespace: a packet lets it use what is private.
 class __attribute__((visibility("hidden"))) PacketDecoder {
   public:
-    PacketDecoder(RadiusPacket& packet, std::string_view secret) : packet_(packet), secret_(secret) {}
+    PacketDecoder(RadiusPacket& packet, std::string_view secret)
+        : packet_(packet), tables_(DictionaryTables::of(*packet.dictionary)), secret_(secret) {}
 
     std::vector<ParseIssue> decode(byte_span datagram) {
         Bytes raw(datagram.begin(), datagram.end());  // a copy: the datagram may be the packet's old `raw`
@@ -96,7 +98,7 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
         const byte_span value = reader.read_bytes(length - attribute_header_size);
 
         joined_by_this_attribute_ = false;
-        const AttributeMetadata& record = packet_.dictionary->top_level_attribute(type);
+        const AttributeMetadata& record = tables_.top_level_attribute(type);
         switch (top_level_container(record, type)) {
             case ContainerKind::Vsa:
                 decode_vendor_specific(type, value);
@@ -268,7 +270,7 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
             const byte_span value = reader.read_bytes(length - attribute_header_size);
             path.push_back(type);
             const std::size_t hash = CodePathHash::extended(path_hash, type);
-            const AttributeMetadata& record = packet_.dictionary->attribute_by_code(path, hash);
+            const AttributeMetadata& record = tables_.attribute_by_code(path, hash);
             if (record.kind == ContainerKind::Tlv) {
                 decode_nested_tlvs(path, hash, value, place);
             } else {
@@ -308,6 +310,7 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
     static void append(Bytes& bytes, byte_span more) { bytes.insert(bytes.end(), more.begin(), more.end()); }
 
     RadiusPacket& packet_;
+    const DictionaryTables& tables_;  // the dictionary's own
     std::string_view secret_;
     std::vector<ParseIssue> issues_;
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -93,16 +94,62 @@ TEST(TopLevelAttribute, IsUnknownWhenOnlyItsChildrenAreDefined) {
     EXPECT_FALSE(dictionary.top_level_attribute(241).known);
 }
 
-TEST(RadiusDictionary, FindsNothingBeforeItIsLoaded) {
-    const RadiusDictionary dictionary;
+void expect_empty(const RadiusDictionary& dictionary) {
     EXPECT_FALSE(dictionary.attribute_by_name("User-Name").known);
     EXPECT_FALSE(dictionary.attribute_by_code({1}).known);
     EXPECT_FALSE(dictionary.top_level_attribute(1).known);
+    EXPECT_FALSE(dictionary.top_level_attribute(256).known);
     EXPECT_EQ(dictionary.vendor_by_name("Example"), nullptr);
     EXPECT_EQ(dictionary.vendor_by_id(9), nullptr);
     EXPECT_EQ(dictionary.enum_value("Service-Type", "Login-User"), std::nullopt);
     EXPECT_EQ(dictionary.enum_name("Service-Type", 1), std::nullopt);
     EXPECT_EQ(dictionary.enum_name_lower("Service-Type", 1), std::nullopt);
+}
+
+constexpr char one_of_each[] = R"(
+vendor: {id: 9, name: Example}
+attributes:
+  User-Name: {code: 1}
+  Wide: {code: 256}
+  Service-Type: {code: 6, type: enum, values: {Login-User: 1}}
+)";
+
+TEST(RadiusDictionary, FindsNothingBeforeItIsLoaded) {
+    expect_empty(RadiusDictionary());
+}
+
+TEST(RadiusDictionary, IsEmptyWhenMovedFrom) {
+    RadiusDictionary original = load(one_of_each);
+    RadiusDictionary constructed = std::move(original);
+    expect_empty(original);  // NOLINT(bugprone-use-after-move): that is what is tested
+    EXPECT_TRUE(constructed.attribute_by_name("User-Name").known);
+
+    RadiusDictionary assigned = load("attributes: {Other: {code: 1}}");
+    assigned = std::move(constructed);
+    expect_empty(constructed);  // NOLINT(bugprone-use-after-move): that is what is tested
+    EXPECT_TRUE(assigned.attribute_by_name("User-Name").known);
+    EXPECT_FALSE(assigned.attribute_by_name("Other").known);
+    EXPECT_TRUE(assigned.top_level_attribute(256).known);
+    EXPECT_EQ(assigned.enum_value("Service-Type", "Login-User"), 1U);
+    EXPECT_NE(assigned.vendor_by_id(9), nullptr);
+    EXPECT_NE(assigned.vendor_by_name("Example"), nullptr);
+}
+
+TEST(RadiusDictionary, CanBeLoadedAfterItWasMovedFrom) {
+    const ScratchFolder folder;
+    const std::string file = folder.write("dictionary.yaml", one_of_each);
+    RadiusDictionary dictionary;
+    dictionary.load(file);
+    const RadiusDictionary taken = std::move(dictionary);
+    dictionary.load(file);
+    EXPECT_TRUE(dictionary.attribute_by_name("User-Name").known);
+    EXPECT_NE(&dictionary.attribute_by_name("User-Name"), &taken.attribute_by_name("User-Name"));
+}
+
+TEST(RadiusDictionary, MovesWithoutAnException) {
+    EXPECT_TRUE(std::is_nothrow_default_constructible_v<RadiusDictionary>);
+    EXPECT_TRUE(std::is_nothrow_move_constructible_v<RadiusDictionary>);
+    EXPECT_TRUE(std::is_nothrow_move_assignable_v<RadiusDictionary>);
 }
 
 TEST(RadiusDictionary, KeepsItsRecordsWhenMoved) {

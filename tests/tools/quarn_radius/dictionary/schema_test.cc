@@ -10,7 +10,8 @@ namespace {
 constexpr const char* share_folder = QUARN_SOURCE_DIR "/share/quarn/radius";
 
 ProcessResult validate(const std::vector<std::string>& files) {
-    std::vector<std::string> arguments = {QUARN_SOURCE_DIR "/tests/tools/quarn_radius/dictionary/validate_schema.py",
+    std::vector<std::string> arguments = {QUARN_SOURCE_DIR
+                                          "/tests/tools/quarn_radius/dictionary/validate_schema.py",
                                           std::string(share_folder) + "/dictionary.schema.json"};
     arguments.insert(arguments.end(), files.begin(), files.end());
     return run_process(

@@ -1,4 +1,4 @@
-#include "quarn/utils/stable_vector.h"
+#include "dictionary/stable_vector.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace quarn::utils {
+namespace quarn::subscriber::radius {
 namespace {
 
 TEST(StableVector, IsEmptyAtFirst) {
@@ -63,4 +63,4 @@ TEST(StableVector, KeepsElementsWhereTheyAreWhenMoved) {
 }
 
 }  // namespace
-}  // namespace quarn::utils
+}  // namespace quarn::subscriber::radius

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace quarn::utils {
+namespace quarn::subscriber::radius {
 
 /// Positions of entries that are kept elsewhere: a hash table without nodes or keys of its own, 16 bytes for
 /// each entry. It is filled and freed several times as fast as `std::unordered_map`, which counts when
@@ -76,4 +76,4 @@ class HashIndex {
     std::size_t size_ = 0;     // how many are not
 };
 
-}  // namespace quarn::utils
+}  // namespace quarn::subscriber::radius

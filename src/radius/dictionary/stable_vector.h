@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace quarn::utils {
+namespace quarn::subscriber::radius {
 
 /// A sequence that grows at its end in blocks: references to elements hold while others follow, as in
 /// `std::deque`, which takes a block for each element once these are large. Positions count from 0.
@@ -44,4 +44,4 @@ class StableVector {
     std::size_t size_ = 0;
 };
 
-}  // namespace quarn::utils
+}  // namespace quarn::subscriber::radius

@@ -1,4 +1,4 @@
-#include "quarn/utils/hash_index.h"
+#include "dictionary/hash_index.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace quarn::utils {
+namespace quarn::subscriber::radius {
 namespace {
 
 /// A table of names with an index, which hashes them as it is told to.
@@ -90,4 +90,4 @@ INSTANTIATE_TEST_SUITE_P(Hashes, HashIndexOf,
                                          [](std::size_t hash) { return hash >> 12 & 0xFFFFFFFF; }));
 
 }  // namespace
-}  // namespace quarn::utils
+}  // namespace quarn::subscriber::radius
