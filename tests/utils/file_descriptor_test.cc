@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <type_traits>
+#include <utility>
 
 namespace quarn::utils {
 namespace {
@@ -37,6 +38,27 @@ TEST(FileDescriptor, IsClosedOnce) {
 TEST(FileDescriptor, CannotBeCopied) {
     EXPECT_FALSE(std::is_copy_constructible_v<FileDescriptor>);
     EXPECT_FALSE(std::is_copy_assignable_v<FileDescriptor>);
+}
+
+TEST(FileDescriptor, LeavesNothingWhereItWasMovedFrom) {
+    const int number = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    {
+        FileDescriptor first(number);
+        const FileDescriptor second(std::move(first));
+        EXPECT_EQ(second.get(), number);
+        EXPECT_LT(first.get(), 0);  // NOLINT(bugprone-use-after-move): what it holds then is promised
+    }
+    EXPECT_FALSE(is_open(number));
+}
+
+TEST(FileDescriptor, ClosesItsOwnWhenAnotherIsMovedIn) {
+    const int first = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const int second = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    FileDescriptor descriptor(first);
+    descriptor = FileDescriptor(second);
+    EXPECT_EQ(descriptor.get(), second);
+    EXPECT_FALSE(is_open(first));
+    EXPECT_TRUE(is_open(second));
 }
 
 }  // namespace

@@ -15,6 +15,15 @@ class FileDescriptor {
     ~FileDescriptor() { close(); }
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
+    /// Leaves the other one without a descriptor.
+    FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {  ///< closes its own descriptor first
+        if (this != &other) {
+            close();
+            descriptor_ = std::exchange(other.descriptor_, -1);
+        }
+        return *this;
+    }
 
     /// The descriptor, still owned; negative when there is none.
     int get() const { return descriptor_; }
