@@ -1,0 +1,45 @@
+// From a host's name to its addresses.
+//
+//     const auto addresses = resolve("radius.example.net", 1812, {.family = Family::IPv4});
+//     if (!addresses) {
+//         report(addresses.error().text());
+//     }
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "quarn/net/address.h"
+#include "quarn/utils/result.h"
+
+namespace quarn::net {
+
+/// What kind of socket an address is for.
+enum class SocketType { Datagram, Stream };
+
+/// Which addresses are wanted.
+struct ResolveOptions {
+    std::optional<Family> family = {};  ///< nothing: both
+    SocketType socket_type = SocketType::Datagram;
+};
+
+/// Why a name has no addresses.
+struct ResolveError {
+    int code = 0;          ///< of `getaddrinfo`, such as EAI_NONAME
+    int system_error = 0;  ///< an errno value when the code is EAI_SYSTEM, else 0
+
+    /// The text of `gai_strerror` for the code.
+    std::string text() const;
+
+    bool operator==(const ResolveError&) const = default;
+};
+
+/// All addresses of a host in the resolver's order, at least one, each with the port. The host is a name or a
+/// numeric address without brackets. Asks the system's resolver, which may take as long as its own time-outs.
+utils::Result<std::vector<Address>, ResolveError> resolve(std::string_view host, std::uint16_t port,
+                                                          const ResolveOptions& options);
+
+}  // namespace quarn::net

@@ -1,0 +1,67 @@
+#include "quarn/net/resolve.h"
+
+#include <gtest/gtest.h>
+#include <netdb.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quarn::net {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+/// The addresses' texts, or the error's.
+Texts resolved(std::string_view host, const ResolveOptions& options = {}) {
+    const auto addresses = resolve(host, 1812, options);
+    if (!addresses) {
+        return {addresses.error().text()};
+    }
+    Texts texts;
+    for (const Address& address : *addresses) {
+        texts.push_back(address.text());
+    }
+    return texts;
+}
+
+int code_of(std::string_view host, const ResolveOptions& options) {
+    const auto addresses = resolve(host, 1812, options);
+    return addresses ? 0 : addresses.error().code;
+}
+
+TEST(Resolve, TakesNumericAddresses) {
+    EXPECT_EQ(resolved("127.0.0.1"), Texts{"127.0.0.1:1812"});
+    EXPECT_EQ(resolved("::1"), Texts{"[::1]:1812"});
+    EXPECT_EQ(resolved("fe80::1%lo"), Texts{"[fe80::1%lo]:1812"});
+    EXPECT_EQ(resolved("::1", {.socket_type = SocketType::Stream}), Texts{"[::1]:1812"});
+}
+
+TEST(Resolve, TakesTheShortFormsOfIpv4) {
+    EXPECT_EQ(resolved("127.1"), Texts{"127.0.0.1:1812"});
+}
+
+TEST(Resolve, FindsTheAddressesOfAName) {
+    const Texts found = resolved("localhost");
+    EXPECT_EQ(std::count(found.begin(), found.end(), "127.0.0.1:1812"), 1);
+    EXPECT_EQ(resolved("localhost", {.family = Family::IPv4}), Texts{"127.0.0.1:1812"});
+}
+
+TEST(Resolve, KeepsToTheFamily) {
+    EXPECT_EQ(code_of("::1", {.family = Family::IPv4}), EAI_ADDRFAMILY);
+    EXPECT_EQ(code_of("127.0.0.1", {.family = Family::IPv6}), EAI_ADDRFAMILY);
+}
+
+TEST(Resolve, TellsWhyThereIsNoAddress) {
+    using namespace std::string_view_literals;
+    for (const std::string_view host : {""sv, "a.b:1812"sv, "127.0.0.1\0x"sv}) {
+        const auto addresses = resolve(host, 99, {.family = Family::IPv4});
+        ASSERT_FALSE(addresses) << host;
+        EXPECT_EQ(addresses.error(), (ResolveError{EAI_NONAME, 0}));
+        EXPECT_EQ(addresses.error().text(), gai_strerror(EAI_NONAME));
+    }
+}
+
+}  // namespace
+}  // namespace quarn::net
