@@ -1,0 +1,235 @@
+#include "quarn/client/reply.h"
+
+#include <openssl/crypto.h>
+
+#include <exception>
+#include <new>
+#include <stdexcept>
+#include <utility>
+
+#include "quarn/net/buffer_reader.h"
+#include "quarn/radius/hiding.h"
+#include "quarn/radius/packet_code.h"
+#include "quarn/radius/pkt_load.h"
+#include "quarn/radius/signature.h"
+
+namespace quarn::client {
+
+namespace radius = subscriber::radius;
+
+namespace {
+
+constexpr std::uint8_t eap_message_type = 79;            // RFC 3579, section 3.1
+constexpr std::uint8_t message_authenticator_type = 80;  // RFC 3579, section 3.2
+constexpr std::size_t message_authenticator_size = 16;   // bytes of the value
+
+/// What the top-level attributes say of signatures.
+struct SignatureAttributes {
+    bool has_eap_message = false;
+    std::size_t message_authenticators = 0;  ///< how many there are
+    std::size_t digest_offset = 0;           ///< where the value of the last one begins
+    std::size_t digest_size = 0;             ///< and its size
+
+    bool is_signed() const { return message_authenticators != 0; }
+    bool is_malformed() const {
+        return message_authenticators > 1 || (is_signed() && digest_size != message_authenticator_size);
+    }
+};
+
+/// Walks the attributes of a packet that the decoder has found to be well-formed, up to its Length.
+SignatureAttributes signature_attributes_of(utils::byte_span datagram) {
+    net::BufferView header(datagram);
+    header.read_u16();  // Code and Identifier
+    net::BufferView reader(datagram.first(header.read_u16()));
+    reader.read_bytes(min_packet_size);
+
+    SignatureAttributes found;
+    while (reader.remaining() > 0) {
+        const std::uint8_t type = reader.read_u8();
+        const std::size_t value_size = reader.read_u8() - std::size_t{2};
+        if (type == eap_message_type) {
+            found.has_eap_message = true;
+        } else if (type == message_authenticator_type) {
+            ++found.message_authenticators;
+            found.digest_offset = reader.position();
+            found.digest_size = value_size;
+        }
+        reader.read_bytes(value_size);
+    }
+    return found;
+}
+
+Check check_of(bool passed) {
+    return passed ? Check::Passed : Check::Failed;
+}
+
+void wipe_value(radius::RadiusValue& value) {
+    OPENSSL_cleanse(value.data.data(), value.data.size());
+    if (value.string_cache) {
+        OPENSSL_cleanse(value.string_cache->data(), value.string_cache->size());
+        value.string_cache.reset();
+    }
+}
+
+/// Calls `act` with the method of hiding and each value that is hidden on the wire.
+template <typename Act>
+void for_each_hidden_value(radius::RadiusPacket& packet, Act act) {
+    for (radius::RadiusAttribute* const attribute : packet.attribute_order) {
+        if (radius::is_hidden(attribute->metadata->encrypt)) {
+            for (radius::RadiusValue& value : attribute->values) {
+                act(attribute->metadata->encrypt, value);
+            }
+        }
+    }
+}
+
+}  // namespace
+
+/// Fills one `DecodedReply`.
+// Not in the unnamed namespace: a reply lets it use what is private.
+class __attribute__((visibility("hidden"))) ReplyDecoder {
+  public:
+    ReplyDecoder(utils::byte_span datagram, const EncodedRequest& request, std::string_view secret)
+        : datagram_(datagram), request_(request), secret_(secret) {}
+
+    DecodedReply decode(std::shared_ptr<const radius::RadiusDictionary> dictionary, Reveal reveal) {
+        if (!load(std::move(dictionary))) {
+            return std::move(reply_);
+        }
+        reply_.validation_ = reply_.packet_->validate(secret_);
+        reply_.status_ = judge();
+        if (reply_.status_ == ReplyStatus::Verified && reveal == Reveal::HiddenValues) {
+            reveal_hidden_values();
+        }
+        return std::move(reply_);
+    }
+
+  private:
+    /// Without a secret, so that nothing is revealed: the decoder would use the reply's own Authenticator.
+    bool load(std::shared_ptr<const radius::RadiusDictionary> dictionary) {
+        auto packet = std::make_unique<radius::RadiusPacket>(std::move(dictionary));
+        try {
+            reply_.issues_ = pkt_load(*packet, datagram_.data(), datagram_.size(), "");
+        } catch (const std::bad_alloc&) {
+            throw;  // no fault of the bytes
+        } catch (const std::exception& error) {
+            reply_.decoder_error_ = error.what();
+            return false;
+        }
+        packet->request_authenticator = request_.authenticator();
+        reply_.packet_ = std::move(packet);
+        return true;
+    }
+
+    ReplyStatus judge() {
+        if (reply_.packet_->identifier != request_.identifier()) {
+            return ReplyStatus::WrongIdentifier;
+        }
+        if (!is_reply_code(request_.code(), reply_.packet_->code)) {
+            return ReplyStatus::UnexpectedCode;
+        }
+        const SignatureAttributes attributes = signature_attributes_of(datagram_);
+        if (attributes.is_malformed()) {
+            return ReplyStatus::MessageAuthenticatorMalformed;
+        }
+        if (attributes.has_eap_message && !attributes.is_signed()) {
+            return ReplyStatus::EapWithoutMessageAuthenticator;
+        }
+        if (secret_.empty()) {
+            return ReplyStatus::NotVerifiable;
+        }
+        return check_digests(attributes);
+    }
+
+    ReplyStatus check_digests(const SignatureAttributes& attributes) {
+        ReplyChecks& checks = reply_.checks_;
+        checks.response_authenticator =
+            check_of(radius::response_authenticator_fits(datagram_, request_.authenticator(), secret_));
+        if (attributes.is_signed()) {
+            checks.message_authenticator = check_of(radius::message_authenticator_fits(
+                datagram_, attributes.digest_offset, request_.authenticator(), secret_));
+        }
+        if (checks.message_authenticator == Check::Failed) {
+            return ReplyStatus::MessageAuthenticatorWrong;
+        }
+        return checks.response_authenticator == Check::Passed ? ReplyStatus::Verified
+                                                              : ReplyStatus::ResponseAuthenticatorWrong;
+    }
+
+    void reveal_hidden_values() {
+        reply_.revealed_ = true;
+        for_each_hidden_value(*reply_.packet_, [this](std::uint32_t encrypt, radius::RadiusValue& value) {
+            value.data =
+                radius::decrypt_leaf(std::move(value.data), encrypt, secret_, request_.authenticator());
+        });
+    }
+
+    utils::byte_span datagram_;
+    const EncodedRequest& request_;
+    std::string_view secret_;
+    DecodedReply reply_;
+};
+
+DecodedReply& DecodedReply::operator=(DecodedReply&& other) noexcept {
+    if (this != &other) {
+        wipe();
+        status_ = other.status_;
+        packet_ = std::move(other.packet_);
+        revealed_ = other.revealed_;
+        decoder_error_ = std::move(other.decoder_error_);
+        issues_ = std::move(other.issues_);
+        checks_ = other.checks_;
+        validation_ = std::move(other.validation_);
+    }
+    return *this;
+}
+
+DecodedReply::~DecodedReply() {
+    wipe();
+}
+
+void DecodedReply::wipe() {
+    if (packet_ && revealed_) {
+        for_each_hidden_value(*packet_, [](std::uint32_t, radius::RadiusValue& value) { wipe_value(value); });
+    }
+}
+
+const radius::RadiusPacket* DecodedReply::verified() const {
+    return status_ == ReplyStatus::Verified ? packet_.get() : nullptr;
+}
+
+radius::RadiusPacket DecodedReply::take_unverified_packet() && {
+    if (!packet_) {
+        throw std::logic_error("DecodedReply: malformed reply");
+    }
+    return std::move(*std::exchange(packet_, nullptr));
+}
+
+bool is_reply_code(std::uint8_t request_code, std::uint8_t reply_code) {
+    switch (request_code) {
+        case radius::ACCESS_REQUEST:
+            return reply_code == radius::ACCESS_ACCEPT || reply_code == radius::ACCESS_REJECT ||
+                   reply_code == radius::ACCESS_CHALLENGE;
+        case radius::ACCOUNTING_REQUEST:
+            return reply_code == radius::ACCOUNTING_RESPONSE;
+        case radius::STATUS_SERVER:
+            return reply_code == radius::ACCESS_ACCEPT || reply_code == radius::ACCOUNTING_RESPONSE;
+        case radius::DISCONNECT_REQUEST:
+            return reply_code == radius::DISCONNECT_ACK || reply_code == radius::DISCONNECT_NAK;
+        case radius::COA_REQUEST:
+            return reply_code == radius::COA_ACK || reply_code == radius::COA_NAK;
+        default:
+            return radius::is_response_code(reply_code);
+    }
+}
+
+DecodedReply decode_reply(utils::byte_span datagram, const EncodedRequest& request, std::string_view secret,
+                          std::shared_ptr<const radius::RadiusDictionary> dictionary,
+                          const ReplyOptions& options) {
+    if (!dictionary) {
+        throw std::invalid_argument("decode_reply: dictionary required");
+    }
+    return ReplyDecoder(datagram, request, secret).decode(std::move(dictionary), options.reveal);
+}
+
+}  // namespace quarn::client

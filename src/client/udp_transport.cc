@@ -1,0 +1,57 @@
+#include "quarn/client/udp_transport.h"
+
+#include <utility>
+
+namespace quarn::client {
+
+utils::Result<UdpTransport, net::OpenError> UdpTransport::open(const net::Address& server,
+                                                               const net::UdpOptions& options) {
+    auto socket = net::UdpSocket::open(server, options);
+    if (!socket) {
+        return socket.error();
+    }
+    return UdpTransport(*std::move(socket));
+}
+
+std::optional<TransportError> UdpTransport::send(utils::byte_span packet) {
+    const auto error = socket_.send(packet);
+    if (!error) {
+        return std::nullopt;
+    }
+    // The kernel gives a report of the network on an earlier packet as the error of the next call.
+    if (auto report = take_network_error()) {
+        return report;
+    }
+    return TransportError{ErrorOrigin::Send, error->number};
+}
+
+Event UdpTransport::receive(TimePoint deadline) {
+    if (waiting_error_) {
+        return *std::exchange(waiting_error_, std::nullopt);
+    }
+    const auto ready = socket_.wait(deadline - std::chrono::steady_clock::now());
+    if (!ready) {
+        return TransportError{ErrorOrigin::Wait, ready.error().number};
+    }
+    if (!*ready) {
+        return TimedOut{};
+    }
+    auto report = take_network_error();
+    auto datagram = socket_.receive();
+    if (datagram) {
+        waiting_error_ = std::move(report);
+        return ReceivedPacket{std::move(datagram->bytes), datagram->source};
+    }
+    return report ? *std::move(report) : TransportError{ErrorOrigin::Receive, datagram.error().number};
+}
+
+std::optional<TransportError> UdpTransport::take_network_error() {
+    const auto error = socket_.take_network_error();
+    if (!error) {
+        return std::nullopt;
+    }
+    return TransportError{ErrorOrigin::Network, error->number,
+                          IcmpReport{error->type, error->code, error->reporter}};
+}
+
+}  // namespace quarn::client
