@@ -1,5 +1,6 @@
 #include "quarn/client/exchange.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -7,9 +8,10 @@ namespace quarn::client {
 
 namespace {
 
-/// The time so much later, or the last that can be told.
+/// The time so much later, or the last that can be told. A negative span is taken for none.
 TimePoint later(TimePoint time, Duration span) {
-    return span > TimePoint::max() - time ? TimePoint::max() : time + span;
+    const Duration positive = std::max(span, Duration::zero());
+    return time > TimePoint::max() - positive ? TimePoint::max() : time + positive;
 }
 
 /// Errors that say nothing of the server. Waiting goes on: a signal came; a datagram with a wrong checksum is

@@ -59,7 +59,7 @@ enum class Policy {
 /// How an exchange is made.
 struct ExchangeOptions {
     int tries = 3;  ///< how often the request is sent at most; none for 0 and less
-    Duration timeout = std::chrono::seconds(5);  ///< how long a try waits for the reply
+    Duration timeout = std::chrono::seconds(5);  ///< how long a try waits; none when negative
     Policy policy = Policy::NextTry;
     Duration grace = std::chrono::milliseconds(50);  ///< for `Policy::EndAfterGrace`
 };

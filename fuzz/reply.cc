@@ -1,0 +1,68 @@
+// Any datagram is judged as a reply, and is verified only when a second opinion says so too. The input is the
+// datagram; it is also signed as a reply to a known request, so that there is something to verify.
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "quarn/client/reply.h"
+#include "quarn/client/request.h"
+#include "testing/check.h"
+#include "testing/every_kind.h"
+#include "testing/packet_forge.h"
+#include "testing/trusted_reply.h"
+
+namespace {
+
+using namespace quarn;
+using namespace quarn::fuzz;
+using client::DecodedReply;
+using client::EncodedRequest;
+using client::ReplyStatus;
+
+/// One of each kind, and one that no rule is known for.
+constexpr std::uint8_t request_codes[] = {1, 4, 12, 40, 43, 255};
+
+EncodedRequest request_with(std::uint8_t code, std::uint8_t identifier) {
+    Bytes bytes = {code, identifier, 0, 20};
+    bytes.insert(bytes.end(), request_authenticator.begin(), request_authenticator.end());
+    return EncodedRequest(bytes);
+}
+
+void judge(byte_span datagram, const EncodedRequest& request, std::string_view secret) {
+    const DecodedReply reply = decode_reply(datagram, request, secret, dictionary_of_every_kind());
+    const bool is_malformed = reply.status() == ReplyStatus::Malformed;
+    require((reply.verified() != nullptr) == test::is_trustworthy_reply(datagram, request.datagram(), secret),
+            "a reply is verified exactly when it is trustworthy");
+    require((reply.verified() != nullptr) == (reply.status() == ReplyStatus::Verified),
+            "only a verified reply has a verified packet");
+    require((reply.unverified_packet() == nullptr) == is_malformed,
+            "a packet is there unless it is malformed");
+    require(reply.decoder_error().empty() != is_malformed, "the decoder tells why a reply is malformed");
+    require(reply.validation().has_value() != is_malformed, "what can be decoded is validated");
+    if (reply.verified() != nullptr) {
+        require(reply.validation()->message.empty(), "what is verified is valid, too",
+                reply.validation()->message);
+    }
+    if (secret.empty()) {
+        require(reply.checks() == client::ReplyChecks(), "nothing is checked without a secret");
+    }
+}
+
+void judge_for_each_request(byte_span datagram) {
+    const std::uint8_t identifier = datagram.size() > 1 ? datagram[1] : std::uint8_t{0};
+    for (const std::uint8_t code : request_codes) {
+        judge(datagram, request_with(code, identifier), shared_secret);
+    }
+    judge(datagram, request_with(1, static_cast<std::uint8_t>(identifier ^ 1)), shared_secret);
+    judge(datagram, request_with(1, identifier), "");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    judge_for_each_request({data, size});
+    Bytes forged(data, data + size);
+    sign(forged);
+    judge_for_each_request(forged);
+    return 0;
+}
