@@ -1,7 +1,5 @@
 #include "quarn/client/reply.h"
 
-#include <openssl/crypto.h>
-
 #include <exception>
 #include <new>
 #include <stdexcept>
@@ -12,6 +10,7 @@
 #include "quarn/radius/packet_code.h"
 #include "quarn/radius/pkt_load.h"
 #include "quarn/radius/signature.h"
+#include "quarn/utils/secret.h"
 
 namespace quarn::client {
 
@@ -64,9 +63,9 @@ Check check_of(bool passed) {
 }
 
 void wipe_value(radius::RadiusValue& value) {
-    OPENSSL_cleanse(value.data.data(), value.data.size());
+    utils::wipe(value.data);
     if (value.string_cache) {
-        OPENSSL_cleanse(value.string_cache->data(), value.string_cache->size());
+        utils::wipe(*value.string_cache);
         value.string_cache.reset();
     }
 }
