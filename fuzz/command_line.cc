@@ -14,7 +14,8 @@
 #include "authprobe/access_request.h"
 #include "authprobe/auth_method.h"
 #include "authprobe/client_error.h"
-#include "authprobe/command_line.h"
+#include "authprobe/options.h"
+#include "authprobe/probe.h"
 #include "quarn/utils/bytes.h"
 #include "testing/check.h"
 #include "testing/scratch_folder.h"
@@ -51,15 +52,13 @@ std::shared_ptr<const subscriber::radius::RadiusDictionary> dictionary() {
 }
 
 void run_up_to_the_socket(int argc, char* argv[]) {
-    ClientSettings settings = read_command_line(argc, argv);
-    require(settings.timeout > 0 && settings.retry > 0, "there is a time to wait, and an attempt");
-    prepare_auth_method(settings);
-    const std::optional<std::uint32_t> nas_port = parse_nas_port(settings);
-    split_server_operand(settings);
-    require(settings.server_port > 0, "there is a port");
+    const Probe probe = check_settings(read_command_line(argc, argv));
+    require(probe.settings.timeout > 0 && probe.settings.retry > 0,
+            "there is a time to wait, and an attempt");
+    require(probe.settings.server_port > 0, "there is a port");
 
-    const AccessRequest request = build_access_request(settings, nas_port, "127.0.0.1", dictionary());
-    require(request.datagram.size() >= 20 && request.datagram[0] == 1, "it is an Access-Request");
+    const AccessRequest request = build_access_request(probe, "127.0.0.1", dictionary());
+    require(request.encoded.code() == 1, "it is an Access-Request");
 }
 
 }  // namespace

@@ -13,7 +13,7 @@
 
 #include "authprobe/access_request.h"
 #include "authprobe/auth_method.h"
-#include "authprobe/command_line.h"
+#include "authprobe/options.h"
 #include "authprobe/user_password.h"
 #include "crypto/digest.h"
 #include "quarn/radius/auth.h"
@@ -212,10 +212,10 @@ void build_request(const std::string& method) {
         name.data(),     type_option.data(), type.data(),   password_option.data(),
         password.data(), server.data(),      secret.data(), nullptr};
     const authprobe::ClientSettings settings = authprobe::read_command_line(7, arguments.data());
-    authprobe::prepare_auth_method(settings);
+    const authprobe::AuthMethod* const prepared = authprobe::prepare_auth_method(settings);
     authprobe::AccessRequest request =
-        authprobe::build_access_request(settings, 7, "127.0.0.1", shipped_dictionary());
-    EXPECT_GT(request.datagram.size(), 20U);
+        authprobe::build_access_request({settings, prepared, 7}, "127.0.0.1", shipped_dictionary());
+    EXPECT_GT(request.encoded.datagram().size(), 20U);
     authprobe::wipe_user_password(request.packet);
     const auto is_zero = [](char character) { return character == '\0'; };
     EXPECT_TRUE(std::all_of(password.begin(), password.end(), is_zero));

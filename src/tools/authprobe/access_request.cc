@@ -4,14 +4,11 @@
 
 #include <exception>
 #include <utility>
-#include <vector>
 
-#include "authprobe/auth_method.h"
 #include "authprobe/client_error.h"
 #include "authprobe/leading_number.h"
 #include "common/default_paths.h"
 #include "quarn/radius/packet_code.h"
-#include "quarn/radius/pkt_dump.h"
 #include "quarn/radius/random.h"
 
 namespace quarn::authprobe {
@@ -44,18 +41,18 @@ void add_framed_protocol(RadiusPacket& packet, const std::string& protocol) {
     }
 }
 
-void add_attributes(RadiusPacket& packet, const ClientSettings& settings,
-                    std::optional<std::uint32_t> nas_port, const std::string& local_address_text) {
+void add_attributes(RadiusPacket& packet, const Probe& probe, const std::string& local_address_text) {
+    const ClientSettings& settings = probe.settings;
     if (!settings.username.empty()) {
         packet.set_attribute("User-Name", settings.username);
     }
-    if (settings.password_given) {
-        find_auth_method(settings.auth_type)->add_credential(packet, settings);
+    if (probe.method != nullptr) {
+        probe.method->add_credential(packet, settings);
     }
     packet.set_attribute("NAS-IP-Address",
                          settings.nas_ip_address.empty() ? local_address_text : settings.nas_ip_address);
-    if (nas_port) {
-        packet.set_attribute("NAS-Port", *nas_port);
+    if (probe.nas_port) {
+        packet.set_attribute("NAS-Port", *probe.nas_port);
     }
     if (!settings.framed_protocol.empty()) {
         add_framed_protocol(packet, settings.framed_protocol);
@@ -82,19 +79,16 @@ std::shared_ptr<const RadiusDictionary> load_dictionary(const ClientSettings& se
     return dictionary;
 }
 
-AccessRequest build_access_request(const ClientSettings& settings, std::optional<std::uint32_t> nas_port,
-                                   const std::string& local_address_text,
+AccessRequest build_access_request(const Probe& probe, const std::string& local_address_text,
                                    std::shared_ptr<const RadiusDictionary> dictionary) {
     try {
         RadiusPacket packet(std::move(dictionary));
         packet.code = radius::ACCESS_REQUEST;
         packet.identifier = static_cast<std::uint8_t>(getpid());
         packet.authenticator = radius::random_authenticator();
-        add_attributes(packet, settings, nas_port, local_address_text);
-
-        std::vector<radius::ParseIssue> unreported;
-        utils::Bytes datagram = pkt_dump(packet, settings.secret, unreported);
-        return {std::move(packet), std::move(datagram)};
+        add_attributes(packet, probe, local_address_text);
+        client::EncodedRequest encoded = client::encode_request(packet, probe.settings.secret);
+        return {std::move(packet), std::move(encoded)};
     } catch (const ClientError&) {
         throw;
     } catch (const std::exception& error) {

@@ -76,9 +76,9 @@ const AuthMethod* find_auth_method(std::string_view name) {
     return method == auth_methods.end() ? nullptr : method;
 }
 
-void prepare_auth_method(const ClientSettings& settings) {
+const AuthMethod* prepare_auth_method(const ClientSettings& settings) {
     if (!settings.password_given) {
-        return;
+        return nullptr;
     }
     const AuthMethod* const method = find_auth_method(settings.auth_type);
     if (method == nullptr) {
@@ -89,6 +89,7 @@ void prepare_auth_method(const ClientSettings& settings) {
         throw ClientError("authprobe: OpenSSL legacy provider (MD4/DES) not available; cannot do " +
                           settings.auth_type + "\n");
     }
+    return method;
 }
 
 }  // namespace quarn::authprobe

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "authprobe/client_settings.h"
+#include "authprobe/options.h"
 #include "quarn/radius/packet.h"
 
 namespace quarn::authprobe {
@@ -18,9 +18,9 @@ struct AuthMethod {
 /// The method of this name, case mattering; null when there is none.
 const AuthMethod* find_auth_method(std::string_view name);
 
-/// Checks the method and loads the OpenSSL providers that it needs, for the life of the process; without a
-/// password there is nothing to check. Throws `ClientError` for an unknown method or a provider that cannot
-/// be loaded.
-void prepare_auth_method(const ClientSettings& settings);
+/// The method that the settings ask for, its OpenSSL providers loaded for the life of the process. Null
+/// without a password: the method is not looked at. Throws `ClientError` for an unknown method or a provider
+/// that cannot be loaded.
+const AuthMethod* prepare_auth_method(const ClientSettings& settings);
 
 }  // namespace quarn::authprobe

@@ -2,7 +2,6 @@
 // standard error, and exit status 1.
 #pragma once
 
-#include <cerrno>
 #include <stdexcept>
 
 namespace quarn::authprobe {
@@ -16,7 +15,9 @@ class ClientError : public std::runtime_error {
 /// A failed system call, printed by `perror`: the text given, ": " and the system's own words.
 class SystemCallError : public std::runtime_error {
   public:
-    explicit SystemCallError(const char* what) : std::runtime_error(what), error_number_(errno) {}
+    /// The text, and the errno value of the failed call.
+    SystemCallError(const char* what, int error_number)
+        : std::runtime_error(what), error_number_(error_number) {}
 
     int error_number() const { return error_number_; }
 

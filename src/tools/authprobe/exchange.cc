@@ -1,45 +1,47 @@
 #include "authprobe/exchange.h"
 
+#include <chrono>
 #include <iostream>
 #include <string>
+#include <utility>
+#include <variant>
 
-#include "authprobe/console_report.h"
+#include "authprobe/client_error.h"
+#include "authprobe/report.h"
 #include "common/colour.h"
-#include "quarn/radius/wire_format.h"
+#include "quarn/client/run_exchange.h"
 
 namespace quarn::authprobe {
-
-namespace {
-
-bool is_reply_to(const AccessRequest& request, const utils::Bytes& datagram) {
-    return datagram.size() >= subscriber::radius::header_size &&
-           datagram[subscriber::radius::identifier_offset] == request.packet.identifier;
-}
-
-}  // namespace
 
 void announce_request(const AccessRequest& request, const ServerConnection& connection) {
     std::cout << tools::colourise(tools::green, " Sent Access-Request Id " +
                                                     std::to_string(request.packet.identifier) + " from " +
-                                                    connection.local_endpoint() + " to " +
-                                                    connection.server_endpoint() + " length " +
-                                                    std::to_string(request.datagram.size()))
+                                                    connection.local().text() + " to " +
+                                                    connection.server().text() + " length " +
+                                                    std::to_string(request.encoded.datagram().size()))
               << '\n';
     print_attributes(request.packet, request.packet.dictionary.get());
     std::cout.flush();  // what was asked is there to read while the answer is awaited
 }
 
-std::optional<utils::Bytes> exchange(const AccessRequest& request, const ServerConnection& connection,
+std::optional<utils::Bytes> exchange(const AccessRequest& request, ServerConnection& connection,
                                      const ClientSettings& settings) {
-    for (std::int32_t attempt = 0; attempt < settings.retry; ++attempt) {
-        connection.send(request.datagram);
-        std::optional<utils::Bytes> datagram = connection.receive(settings.timeout);
-        if (datagram && is_reply_to(request, *datagram)) {
-            return datagram;
-        }
+    client::Exchange attempts(request.encoded, {.tries = settings.retry,
+                                                .timeout = std::chrono::seconds(settings.timeout),
+                                                .policy = client::Policy::NextTry});
+    const auto report_failure = [&request](const client::TryFailed&) {
         std::cerr << tools::colourise(tools::yellow, " No reply from server for ID " +
-                                                         std::to_string(request.packet.identifier))
+                                                         std::to_string(request.encoded.identifier()))
                   << '\n';
+    };
+    client::ExchangeResult result = client::run_exchange(attempts, connection.transport(),
+                                                         std::chrono::steady_clock::now, report_failure);
+    if (auto* const answer = std::get_if<client::Answered>(&result.outcome)) {
+        return std::move(answer->packet.bytes);
+    }
+    const auto* const error = std::get_if<client::TransportError>(&result.outcome);
+    if (error != nullptr && error->origin == client::ErrorOrigin::Send) {
+        throw SystemCallError("authprobe: send", error->number);
     }
     return std::nullopt;
 }

@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "authprobe/access_request.h"
-#include "authprobe/client_settings.h"
+#include "authprobe/options.h"
 #include "authprobe/server_connection.h"
 #include "quarn/utils/bytes.h"
 
@@ -16,7 +16,7 @@ void announce_request(const AccessRequest& request, const ServerConnection& conn
 /// Sends the request, the same datagram each time, until a reply comes or the attempts are used up. A reply
 /// has at least 20 bytes and the request's Identifier; anything else, or nothing within the time-out, fails
 /// the attempt and is told on standard error. Throws `SystemCallError` when sending fails.
-std::optional<utils::Bytes> exchange(const AccessRequest& request, const ServerConnection& connection,
+std::optional<utils::Bytes> exchange(const AccessRequest& request, ServerConnection& connection,
                                      const ClientSettings& settings);
 
 }  // namespace quarn::authprobe

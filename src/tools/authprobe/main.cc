@@ -12,10 +12,10 @@
 #include <memory>
 
 #include "authprobe/access_request.h"
-#include "authprobe/auth_method.h"
 #include "authprobe/client_error.h"
-#include "authprobe/command_line.h"
 #include "authprobe/exchange.h"
+#include "authprobe/options.h"
+#include "authprobe/probe.h"
 #include "authprobe/server_connection.h"
 #include "authprobe/user_password.h"
 #include "authprobe/verdict.h"
@@ -58,21 +58,17 @@ void print_banner() {
 
 /// Does all that there is to do; returns the exit status. The dictionary is handed out to outlive the run.
 int run(int argc, char* argv[], std::shared_ptr<const RadiusDictionary>& dictionary) {
-    ClientSettings settings = read_command_line(argc, argv);
-    prepare_auth_method(settings);
-    const auto nas_port = parse_nas_port(settings);
-    split_server_operand(settings);
-    ServerConnection connection(settings);
+    const Probe probe = check_settings(read_command_line(argc, argv));
+    ServerConnection connection(probe.settings);
 
-    dictionary = load_dictionary(settings);
-    AccessRequest request =
-        build_access_request(settings, nas_port, connection.local_address_text(), dictionary);
+    dictionary = load_dictionary(probe.settings);
+    AccessRequest request = build_access_request(probe, connection.local().host_text(), dictionary);
 
     announce_request(request, connection);
     wipe_user_password(request.packet);  // the datagram carries it, hidden
-    const auto reply = exchange(request, connection, settings);
+    const auto reply = exchange(request, connection, probe.settings);
     connection.close();
-    return reply ? judge_reply(*reply, request, connection, settings) : report_silence(connection);
+    return reply ? judge_reply(*reply, request, connection, probe.settings) : report_silence(connection);
 }
 
 }  // namespace

@@ -5,12 +5,13 @@
 #include <iostream>
 #include <optional>
 #include <string>
+#include <utility>
 
-#include "authprobe/console_report.h"
+#include "authprobe/report.h"
 #include "authprobe/user_password.h"
 #include "common/colour.h"
+#include "quarn/client/reply.h"
 #include "quarn/radius/packet_code.h"
-#include "quarn/radius/pkt_load.h"
 
 namespace quarn::authprobe {
 
@@ -28,11 +29,16 @@ int fail(const std::string& reason) {
     return EXIT_FAILURE;
 }
 
+int fail_to_parse(const std::string& reason) {
+    std::cerr << '\n';
+    return fail("failed to parse reply: " + reason);
+}
+
 void announce_reply(const RadiusPacket& reply, std::size_t length, const ServerConnection& connection) {
     std::cout << tools::colourise(reply.code == radius::ACCESS_ACCEPT ? tools::green : tools::red,
                                   " Received " + code_name(reply.code) + " Id " +
                                       std::to_string(reply.identifier) + " from " +
-                                      connection.server_endpoint() + " to " + connection.local_endpoint() +
+                                      connection.server().text() + " to " + connection.local().text() +
                                       " length " + std::to_string(length))
               << '\n';
     print_attributes(reply, reply.dictionary.get());
@@ -53,25 +59,27 @@ int report_invalid_reply(const RadiusPacketValRes& result) {
 
 int report_silence(const ServerConnection& connection) {
     std::cerr << '\n';
-    return fail("no response from " + connection.server_endpoint());
+    return fail("no response from " + connection.server().text());
 }
 
 int judge_reply(utils::byte_span datagram, const AccessRequest& request, const ServerConnection& connection,
                 const ClientSettings& settings) {
-    RadiusPacket reply(request.packet.dictionary);
+    std::optional<client::DecodedReply> decoded;
     try {
-        // Without a secret the decoder reveals nothing: it would use the reply's own authenticator.
-        pkt_load(reply, datagram.data(), datagram.size(), "");
-    } catch (const std::exception& error) {
-        std::cerr << '\n';
-        return fail(std::string("failed to parse reply: ") + error.what());
+        decoded = client::decode_reply(datagram, request.encoded, settings.secret, request.packet.dictionary,
+                                       {.reveal = client::Reveal::Nothing});
+    } catch (const std::exception& error) {  // there is no memory left, say
+        return fail_to_parse(error.what());
     }
-    reply.request_authenticator = request.packet.authenticator;
+    if (decoded->status() == client::ReplyStatus::Malformed) {
+        return fail_to_parse(decoded->decoder_error());
+    }
+    const RadiusPacketValRes result = decoded->validation().value();
+    RadiusPacket reply = std::move(*decoded).take_unverified_packet();
     reveal_user_password(reply, settings.secret);
     announce_reply(reply, datagram.size(), connection);
     wipe_user_password(reply);
 
-    const RadiusPacketValRes result = reply.validate(settings.secret);
     if (result.error != ValidationError::None) {
         return report_invalid_reply(result);
     }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "authprobe/access_request.h"
-#include "authprobe/client_settings.h"
+#include "authprobe/options.h"
 #include "authprobe/server_connection.h"
 #include "quarn/utils/bytes.h"
 

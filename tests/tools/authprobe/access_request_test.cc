@@ -46,7 +46,13 @@ ClientSettings settings_with_password(std::string method) {
 
 AccessRequest build(const ClientSettings& settings, std::optional<std::uint32_t> nas_port = {},
                     const Dictionary& dictionary = test::shipped_dictionary()) {
-    return build_access_request(settings, nas_port, "127.0.0.1", dictionary);
+    const AuthMethod* const method = settings.password_given ? find_auth_method(settings.auth_type) : nullptr;
+    return build_access_request({settings, method, nas_port}, "127.0.0.1", dictionary);
+}
+
+bool has_valid_message_authenticator(const AccessRequest& request) {
+    const utils::byte_span datagram = request.encoded.datagram();
+    return test::has_valid_message_authenticator({datagram.begin(), datagram.end()}, secret);
 }
 
 /// What is said of a request that cannot be built.
@@ -130,10 +136,11 @@ TEST(AccessRequestTest, HasItsHeaderFieldsSet) {
     EXPECT_EQ(request.packet.dictionary, test::shipped_dictionary());
 
     const utils::Bytes header = {1, request.packet.identifier, 0,
-                                 static_cast<std::uint8_t>(request.datagram.size())};
-    ASSERT_GE(request.datagram.size(), 20U);
-    EXPECT_EQ(utils::Bytes(request.datagram.begin(), request.datagram.begin() + 4), header);
-    EXPECT_EQ(authenticator_of(request.datagram), request.packet.authenticator);
+                                 static_cast<std::uint8_t>(request.encoded.datagram().size())};
+    ASSERT_GE(request.encoded.datagram().size(), 20U);
+    EXPECT_EQ(utils::Bytes(request.encoded.datagram().begin(), request.encoded.datagram().begin() + 4),
+              header);
+    EXPECT_EQ(authenticator_of(request.encoded.datagram()), request.packet.authenticator);
 }
 
 TEST(AccessRequestTest, HasANewAuthenticatorEachTime) {
@@ -144,7 +151,7 @@ TEST(AccessRequestTest, AlwaysNamesTheNasAndIsSigned) {
     const AccessRequest request = build(bare_settings());
     EXPECT_EQ(content_of(request),
               (Content{{"NAS-IP-Address", "127.0.0.1"}, {"Message-Authenticator", sixteen_zero_bytes}}));
-    EXPECT_TRUE(test::has_valid_message_authenticator(request.datagram, secret));
+    EXPECT_TRUE(has_valid_message_authenticator(request));
 }
 
 TEST(AccessRequestTest, KeepsAFixedOrder) {
@@ -160,7 +167,7 @@ TEST(AccessRequestTest, KeepsAFixedOrder) {
                                             {"Framed-Protocol", "2"},
                                             {"Calling-Station-Id", "00-11"},
                                             {"Message-Authenticator", sixteen_zero_bytes}}));
-    EXPECT_EQ(test::attributes_of(request.datagram),
+    EXPECT_EQ(test::attributes_of(request.encoded.datagram()),
               (std::vector<WireAttribute>{
                   {1, utils::to_bytes("bob")},
                   {2, test::hidden_password("hello", secret, request.packet.authenticator)},
@@ -168,9 +175,9 @@ TEST(AccessRequestTest, KeepsAFixedOrder) {
                   {5, hex("00000011")},
                   {7, hex("00000002")},
                   {31, utils::to_bytes("00-11")},
-                  {80, test::value_of(request.datagram, 80)},
+                  {80, test::value_of(request.encoded.datagram(), 80)},
               }));
-    EXPECT_TRUE(test::has_valid_message_authenticator(request.datagram, secret));
+    EXPECT_TRUE(has_valid_message_authenticator(request));
 }
 
 TEST(AccessRequestTest, HasTheCredentialOfTheMethod) {
@@ -197,7 +204,7 @@ TEST(AccessRequestTest, HasACredentialForAnEmptyPassword) {
     ClientSettings settings = settings_with_password("pap");
     settings.password = "";
     const AccessRequest request = build(settings);
-    EXPECT_EQ(test::value_of(request.datagram, 2),
+    EXPECT_EQ(test::value_of(request.encoded.datagram(), 2),
               test::hidden_password("", secret, request.packet.authenticator));
 }
 
@@ -207,13 +214,13 @@ TEST(AccessRequestTest, ProvesAChapPasswordOverItsOwnAuthenticator) {
     const utils::Bytes identifier = {request.packet.identifier};
     const test::Digest digest =
         test::md5(test::joined({identifier, utils::to_bytes("hello"), {challenge.begin(), challenge.end()}}));
-    EXPECT_EQ(test::value_of(request.datagram, 3),
+    EXPECT_EQ(test::value_of(request.encoded.datagram(), 3),
               test::joined({identifier, {digest.begin(), digest.end()}}));
 }
 
 TEST(AccessRequestTest, ProvesAChapPasswordAnewInEveryRun) {
-    const utils::Bytes first = test::value_of(build(settings_with_password("chap")).datagram, 3);
-    const utils::Bytes second = test::value_of(build(settings_with_password("chap")).datagram, 3);
+    const utils::Bytes first = test::value_of(build(settings_with_password("chap")).encoded.datagram(), 3);
+    const utils::Bytes second = test::value_of(build(settings_with_password("chap")).encoded.datagram(), 3);
     ASSERT_EQ(first.size(), 17U);
     ASSERT_EQ(second.size(), 17U);
     EXPECT_EQ(first.front(), second.front());  // the process is the same, and so is the Identifier
@@ -231,8 +238,8 @@ TEST(AccessRequestTest, IsNeitherHiddenNorSignedWithoutASecret) {
     ClientSettings settings = settings_with_password("pap");
     settings.secret = "";
     const AccessRequest request = build(settings);
-    EXPECT_EQ(test::value_of(request.datagram, 2), utils::to_bytes("hello"));
-    EXPECT_EQ(test::value_of(request.datagram, 80), utils::Bytes(16));
+    EXPECT_EQ(test::value_of(request.encoded.datagram(), 2), utils::to_bytes("hello"));
+    EXPECT_EQ(test::value_of(request.encoded.datagram(), 80), utils::Bytes(16));
 }
 
 TEST(AccessRequestTest, TakesAFramedProtocolByNameOrByNumber) {
@@ -250,7 +257,7 @@ TEST(AccessRequestTest, TakesAFramedProtocolByNameOrByNumber) {
         SCOPED_TRACE(text);
         ClientSettings settings = bare_settings();
         settings.framed_protocol = text;
-        EXPECT_EQ(test::value_of(build(settings).datagram, 7), hex(wire));
+        EXPECT_EQ(test::value_of(build(settings).encoded.datagram(), 7), hex(wire));
     }
 }
 
@@ -263,7 +270,7 @@ attributes:
 )");
     ClientSettings settings = bare_settings();
     settings.framed_protocol = "8x";
-    EXPECT_EQ(test::value_of(build(settings, {}, dictionary).datagram, 7), hex("00000002"));
+    EXPECT_EQ(test::value_of(build(settings, {}, dictionary).encoded.datagram(), 7), hex("00000002"));
 }
 
 TEST(AccessRequestTest, RefusesAnUnknownFramedProtocol) {
@@ -308,7 +315,7 @@ TEST(AccessRequestTest, CutsSilentlyWhatAnAttributeCannotHold) {
     ClientSettings settings = bare_settings();
     settings.calling_station_id = std::string(300, 'x');
     const AccessRequest request = build(settings);
-    EXPECT_EQ(test::value_of(request.datagram, 31), utils::Bytes(253, 'x'));
+    EXPECT_EQ(test::value_of(request.encoded.datagram(), 31), utils::Bytes(253, 'x'));
     EXPECT_EQ(content_of(request)[1].second, settings.calling_station_id);
 }
 

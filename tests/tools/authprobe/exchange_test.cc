@@ -23,11 +23,17 @@ using utils::Bytes;
 
 constexpr std::uint8_t identifier = 7;
 
-/// Any bytes will do for a request: nothing here looks into them.
-AccessRequest request_of(Bytes datagram) {
-    AccessRequest request;
+/// A request of this many bytes: the exchange looks at its Identifier alone.
+Bytes request_bytes(std::size_t size) {
+    Bytes bytes(size);
+    bytes.at(0) = 1;
+    bytes.at(1) = identifier;
+    return bytes;
+}
+
+AccessRequest request_of(std::size_t size) {
+    AccessRequest request{{}, client::EncodedRequest(request_bytes(size))};
     request.packet.identifier = identifier;
-    request.datagram = std::move(datagram);
     return request;
 }
 
@@ -57,9 +63,9 @@ Outcome exchange_with(std::vector<UdpPeer::Answer> script, std::int32_t retry,
     settings.server_port = peer.port();
     settings.retry = retry;
     settings.timeout = timeout;
-    const ServerConnection connection(settings);
+    ServerConnection connection(settings);
     CapturedOutput captured;
-    std::optional<Bytes> reply = exchange(request_of({1, identifier, 0, 4}), connection, settings);
+    std::optional<Bytes> reply = exchange(request_of(20), connection, settings);
     captured.finish();
     return {std::move(reply), captured.output(), captured.errors(), peer.finish()};
 }
@@ -73,7 +79,7 @@ TEST(AnnounceRequest, NamesBothEndsAndListsTheAttributes) {
     settings.server_port = peer.port();
     settings.source_ip = "127.0.0.2";
     const ServerConnection connection(settings);
-    AccessRequest request = request_of(Bytes(51));
+    AccessRequest request = request_of(51);
     request.packet.dictionary = test::shipped_dictionary();
     request.packet.set_attribute("User-Name", "bob");
     request.packet.set_attribute("Framed-Protocol", 1);
@@ -82,7 +88,7 @@ TEST(AnnounceRequest, NamesBothEndsAndListsTheAttributes) {
     announce_request(request, connection);
     captured.finish();
     EXPECT_EQ(captured.output(), " Sent Access-Request Id 7 from 127.0.0.2:" +
-                                     std::to_string(connection.local_port()) + " to " + peer.address() +
+                                     std::to_string(connection.local().port()) + " to " + peer.address() +
                                      " length 51\n"
                                      "     User-Name = \"bob\"\n"
                                      "     Framed-Protocol = PPP\n");
@@ -96,11 +102,11 @@ TEST(AnnounceRequest, IsGreenOnATerminal) {
     settings.server_port = peer.port();
     const ServerConnection connection(settings);
     CapturedOutput captured(test::Stream::Terminal);
-    announce_request(request_of(Bytes(51)), connection);
+    announce_request(request_of(51), connection);
     captured.finish();
-    EXPECT_EQ(captured.output(),
-              "\x1b[32m Sent Access-Request Id 7 from 127.0.0.1:" + std::to_string(connection.local_port()) +
-                  " to " + peer.address() + " length 51\x1b[0m\n");
+    EXPECT_EQ(captured.output(), "\x1b[32m Sent Access-Request Id 7 from 127.0.0.1:" +
+                                     std::to_string(connection.local().port()) + " to " + peer.address() +
+                                     " length 51\x1b[0m\n");
 }
 
 TEST(ExchangeAttempts, EndWithTheFirstReply) {
@@ -109,7 +115,7 @@ TEST(ExchangeAttempts, EndWithTheFirstReply) {
     EXPECT_EQ(outcome.output, "");
     EXPECT_EQ(outcome.errors, "");
     ASSERT_EQ(outcome.received.size(), 1U);
-    EXPECT_EQ(outcome.received[0].bytes, (Bytes{1, identifier, 0, 4}));
+    EXPECT_EQ(outcome.received[0].bytes, request_bytes(20));
 }
 
 TEST(ExchangeAttempts, SendTheSameDatagramAgainUntilAReplyComes) {
@@ -121,7 +127,7 @@ TEST(ExchangeAttempts, SendTheSameDatagramAgainUntilAReplyComes) {
     EXPECT_EQ(outcome.errors, std::string(no_reply) + no_reply + no_reply);
     ASSERT_EQ(outcome.received.size(), 4U);
     for (const Datagram& datagram : outcome.received) {
-        EXPECT_EQ(datagram.bytes, (Bytes{1, identifier, 0, 4}));
+        EXPECT_EQ(datagram.bytes, request_bytes(20));
         EXPECT_EQ(datagram.port, outcome.received.front().port);
     }
 }
@@ -160,9 +166,9 @@ TEST(ExchangeAttempts, FailAtOnceWhenThePortIsRefused) {
     settings.server_port = port.port();
     settings.retry = 2;
     settings.timeout = std::numeric_limits<std::int32_t>::max();
-    const ServerConnection connection(settings);
+    ServerConnection connection(settings);
     CapturedOutput captured;
-    const auto reply = exchange(request_of({1, identifier, 0, 4}), connection, settings);
+    const auto reply = exchange(request_of(20), connection, settings);
     captured.finish();
     EXPECT_EQ(reply, std::nullopt);
     EXPECT_EQ(captured.errors(), std::string(no_reply) + no_reply);

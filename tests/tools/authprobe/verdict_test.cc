@@ -42,16 +42,16 @@ class VerdictTest : public testing::Test {
             request_.packet.authenticator[i] = static_cast<std::uint8_t>(i + 1);
         }
         // The header is all of it that a reply depends on.
-        request_.datagram = joined(
-            {{1, 7, 0, 20}, {request_.packet.authenticator.begin(), request_.packet.authenticator.end()}});
+        request_.encoded = client::EncodedRequest(joined(
+            {{1, 7, 0, 20}, {request_.packet.authenticator.begin(), request_.packet.authenticator.end()}}));
     }
 
-    Bytes reply(const Reply& wanted) const { return reply_to(request_.datagram, wanted); }
+    Bytes reply(const Reply& wanted) const { return reply_to(request_.encoded.datagram(), wanted); }
 
     /// The line that announces a reply of this length.
     std::string received(const std::string& code_name, std::size_t length) const {
         return " Received " + code_name + " Id 7 from 127.0.0.1:" + std::to_string(settings_.server_port) +
-               " to 127.0.0.1:" + std::to_string(connection_.local_port()) + " length " +
+               " to 127.0.0.1:" + std::to_string(connection_.local().port()) + " length " +
                std::to_string(length) + "\n";
     }
 
@@ -75,7 +75,7 @@ class VerdictTest : public testing::Test {
         return settings;
     }();
     ServerConnection connection_;
-    AccessRequest request_;
+    AccessRequest request_{{}, client::EncodedRequest(Bytes(20))};
 };
 
 /// The listing of a Message-Authenticator at the head of a packet.
@@ -211,7 +211,7 @@ TEST_F(VerdictTest, TellsWhyAReplyCannotBeDecoded) {
     accept.push_back(1);
     expect_unparsable(accept, "pkt_load: invalid attribute length");
     request_.packet.dictionary = nullptr;
-    expect_unparsable(reply({.code = 2}), "pkt_load: dictionary required");
+    expect_unparsable(reply({.code = 2}), "decode_reply: dictionary required");
 }
 
 TEST_F(VerdictTest, ShowsAReturnedUserPasswordInClear) {

@@ -1,4 +1,4 @@
-#include "authprobe/command_line.h"
+#include "authprobe/options.h"
 
 #include <gtest/gtest.h>
 
@@ -232,89 +232,6 @@ TEST(CommandLine, ReportsTheOptionsInTheOrderGiven) {
     EXPECT_EQ(failure_of({"--timeout", "0", "--timeout", "1", "server", "secret"}), timeout);
     EXPECT_EQ(failure_of({"--timeout", "0", "--nope"}), timeout);
     EXPECT_EQ(failure_of({"server", "--retry", "0"}), retry);
-}
-
-std::optional<std::uint32_t> nas_port_of(std::string text) {
-    ClientSettings settings;
-    settings.nas_port = std::move(text);
-    return parse_nas_port(settings);
-}
-
-TEST(NasPort, IsNothingWhenNotGiven) {
-    EXPECT_EQ(parse_nas_port({}), std::nullopt);
-    EXPECT_EQ(nas_port_of(""), std::nullopt);
-}
-
-TEST(NasPort, KeepsTheLow32BitsOfTheNumber) {
-    EXPECT_EQ(nas_port_of("0"), 0U);
-    EXPECT_EQ(nas_port_of("17"), 17U);
-    EXPECT_EQ(nas_port_of(" 17x"), 17U);
-    EXPECT_EQ(nas_port_of("4294967295"), 4294967295U);
-    EXPECT_EQ(nas_port_of("4294967296"), 0U);
-    EXPECT_EQ(nas_port_of("4294967301"), 5U);
-    EXPECT_EQ(nas_port_of("-1"), 4294967295U);
-    EXPECT_EQ(nas_port_of("18446744073709551615"), 4294967295U);
-}
-
-TEST(NasPort, RefusesATextThatIsNoNumber) {
-    for (const std::string text : {"x", " ", "-", "18446744073709551616"}) {
-        try {
-            nas_port_of(text);
-            FAIL() << "accepted \"" << text << '"';
-        } catch (const ClientError& error) {
-            EXPECT_EQ(error.what(), "authprobe: invalid --nas-port \"" + text + "\"\n");
-        }
-    }
-}
-
-ClientSettings split(std::string server) {
-    ClientSettings settings;
-    settings.server = std::move(server);
-    split_server_operand(settings);
-    return settings;
-}
-
-TEST(ServerOperand, IsAHostWithoutAColon) {
-    const ClientSettings settings = split("radius.example");
-    EXPECT_EQ(settings.server, "radius.example");
-    EXPECT_EQ(settings.server_port, 1812);
-}
-
-TEST(ServerOperand, IsSplitAtItsLastColon) {
-    struct Row {
-        std::string operand;
-        std::string host;
-        int port;
-    };
-    for (const auto& [operand, host, port] : std::vector<Row>{
-             {"radius.example:1645", "radius.example", 1645},
-             {"a.b:1812:99", "a.b:1812", 99},
-             {"::1:99", "::1", 99},
-             {"[::1]:99", "[::1]", 99},
-             {":99", "", 99},
-             {"host:1", "host", 1},
-             {"host:65535", "host", 65535},
-             {"host: 99", "host", 99},
-             {"host:+99", "host", 99},
-             {"host:99/udp", "host", 99},
-         }) {
-        SCOPED_TRACE(operand);
-        const ClientSettings settings = split(operand);
-        EXPECT_EQ(settings.server, host);
-        EXPECT_EQ(settings.server_port, port);
-    }
-}
-
-TEST(ServerOperand, RefusesAPortOutsideOf1To65535) {
-    for (const std::string operand : {"host:", "host:0", "host:65536", "host:-1", "host:radius", ":",
-                                      "a:1:", "host:18446744073709551616", "host:4294967297"}) {
-        try {
-            split(operand);
-            FAIL() << "accepted \"" << operand << '"';
-        } catch (const ClientError& error) {
-            EXPECT_EQ(error.what(), "authprobe: invalid port in \"" + operand + "\"\n");
-        }
-    }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "authprobe/console_report.h"
+#include "authprobe/report.h"
 
 #include <iostream>
 

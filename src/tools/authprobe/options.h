@@ -1,4 +1,4 @@
-// What the command line asks for.
+// The options and operands of authprobe, as they are typed.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,8 @@
 
 namespace quarn::authprobe {
 
-/// An empty text means that the option was not given, but for the password, which may be given empty.
+/// What the command line asks for. An empty text means that the option was not given; the password may be
+/// given empty.
 struct ClientSettings {
     std::string username;
     utils::SecretText password;
@@ -27,5 +28,13 @@ struct ClientSettings {
     utils::SecretText secret;
     std::uint16_t server_port = 1812;  // RFC 2865, section 3
 };
+
+/// How the program is called, as it is printed on a usage error.
+std::string usage();
+
+/// Reads options and operands, and wipes the password and the secret in `argv`. Throws `ClientError`: a
+/// --timeout or --retry that is no number above 0, or the usage text for an unknown option, a missing
+/// argument or a number of operands other than two.
+ClientSettings read_command_line(int argc, char* argv[]);
 
 }  // namespace quarn::authprobe
