@@ -59,29 +59,32 @@ enum class Policy {
 /// How an exchange is made.
 struct ExchangeOptions {
     int tries = 3;  ///< how often the request is sent at most; none for 0 and less
-    Duration timeout = std::chrono::seconds(5);  ///< how long a try waits; none when negative
-    Policy policy = Policy::NextTry;
+    Duration timeout = std::chrono::seconds(5);      ///< how long a try waits; none when negative
+    Policy policy = Policy::NextTry;                 ///< what to do about packets that are not the reply
     Duration grace = std::chrono::milliseconds(50);  ///< for `Policy::EndAfterGrace`
 };
 
 /// A packet that is not the reply.
 struct UnacceptablePacket {
-    ReceivedPacket packet;
-    Mismatch mismatch;
+    ReceivedPacket packet;  ///< as it arrived
+    Mismatch mismatch;      ///< what the judge said of it
 
+    /// Member by member.
     bool operator==(const UnacceptablePacket&) const = default;
 };
 
 /// The reply came.
 struct Answered {
-    ReceivedPacket packet;
-    Duration round_trip;  ///< since the request was last sent; too short for a late reply to an earlier try
+    ReceivedPacket packet;  ///< the reply, which nobody but the judge has looked at
+    Duration round_trip;    ///< since the request was last sent; too short for a late reply to an earlier try
 
+    /// Member by member.
     bool operator==(const Answered&) const = default;
 };
 
 /// All tries are used up, and nothing came that could be shown.
 struct Unanswered {
+    /// Member by member.
     bool operator==(const Unanswered&) const = default;
 };
 
@@ -92,35 +95,38 @@ using Outcome = std::variant<Unanswered, Answered, UnacceptablePacket, Transport
 
 /// The end of an exchange.
 struct ExchangeResult {
-    Outcome outcome;
-    int sends = 0;  ///< how often the request was given to the transport
+    Outcome outcome;  ///< what came of it
+    int sends = 0;    ///< how often the request was given to the transport
 
+    /// Member by member.
     bool operator==(const ExchangeResult&) const = default;
 };
 
 /// To do: send these bytes, the same each time. Valid as long as the exchange is.
 struct SendRequest {
-    utils::byte_span datagram;
+    utils::byte_span datagram;  ///< the whole request
 };
 
 /// To do: wait for a packet or an error, until this time at the latest.
 struct WaitUntil {
-    TimePoint time;
+    TimePoint time;  ///< `TimePoint::max` stands for ever
 
+    /// Member by member.
     bool operator==(const WaitUntil&) const = default;
 };
 
 /// To note: the try has ended without the reply. The next one, or the end, follows.
 struct TryFailed {
-    int number;  ///< of the try, from 1 on
-    std::variant<TimedOut, UnacceptablePacket, TransportError> reason;
+    int number;                                                         ///< of the try, from 1 on
+    std::variant<TimedOut, UnacceptablePacket, TransportError> reason;  ///< what ended the try
 
+    /// Member by member.
     bool operator==(const TryFailed&) const = default;
 };
 
 /// The end. Whoever asks again gets the same again.
 struct Done {
-    ExchangeResult result;
+    ExchangeResult result;  ///< how it ended
 };
 
 /// What the owner has to do.

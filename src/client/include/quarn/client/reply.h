@@ -46,9 +46,10 @@ enum class Check {
 
 /// Both checks that the secret enters. When both fail, the secret is probably another one.
 struct ReplyChecks {
-    Check response_authenticator = Check::NotMade;
-    Check message_authenticator = Check::NotMade;  ///< also when the reply has none
+    Check response_authenticator = Check::NotMade;  ///< which every reply has
+    Check message_authenticator = Check::NotMade;   ///< also when the reply has none
 
+    /// Member by member.
     bool operator==(const ReplyChecks&) const = default;
 };
 
@@ -57,7 +58,7 @@ enum class Reveal { HiddenValues, Nothing };
 
 /// How a reply is decoded.
 struct ReplyOptions {
-    Reveal reveal = Reveal::HiddenValues;
+    Reveal reveal = Reveal::HiddenValues;  ///< nothing is ever revealed of an unverified reply
 };
 
 /// A decoded reply and what is known of its origin. Wipes the values that it revealed when it is destroyed;
@@ -65,8 +66,9 @@ struct ReplyOptions {
 /// destroyed.
 class DecodedReply {
   public:
+    /// Leaves the other one without a packet.
     DecodedReply(DecodedReply&& other) noexcept = default;
-    DecodedReply& operator=(DecodedReply&& other) noexcept;
+    DecodedReply& operator=(DecodedReply&& other) noexcept;  ///< the same; wipes what was revealed here
     DecodedReply(const DecodedReply&) = delete;
     DecodedReply& operator=(const DecodedReply&) = delete;
     ~DecodedReply();

@@ -38,6 +38,7 @@ class EncodedRequest {
     /// What the encoder reported: values that had to be truncated.
     const std::vector<subscriber::radius::ParseIssue>& issues() const { return issues_; }
 
+    /// Member by member.
     bool operator==(const EncodedRequest&) const = default;
 
   private:

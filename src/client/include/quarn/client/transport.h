@@ -30,19 +30,22 @@ using Clock = std::function<TimePoint()>;
 
 /// A packet that arrived, and where it came from.
 struct ReceivedPacket {
-    utils::Bytes bytes;
-    net::Address source;
+    utils::Bytes bytes;   ///< all of it
+    net::Address source;  ///< the sender's
 
+    /// Member by member.
     bool operator==(const ReceivedPacket&) const = default;
 };
 
 /// No packet came before the deadline.
 struct TimedOut {
+    /// Member by member.
     bool operator==(const TimedOut&) const = default;
 };
 
 /// The other side, or a failure, has ended the connection: no packet will come any more.
 struct Closed {
+    /// Member by member.
     bool operator==(const Closed&) const = default;
 };
 
@@ -60,15 +63,17 @@ struct IcmpReport {
     std::uint8_t code = 0;                      ///< the same
     std::optional<net::Address> reporter = {};  ///< who sent the message, with port 0
 
+    /// Member by member.
     bool operator==(const IcmpReport&) const = default;
 };
 
 /// An error on the way.
 struct TransportError {
-    ErrorOrigin origin;
+    ErrorOrigin origin;                   ///< which call, or the network
     int number;                           ///< the errno value
     std::optional<IcmpReport> icmp = {};  ///< for `ErrorOrigin::Network`
 
+    /// Member by member.
     bool operator==(const TransportError&) const = default;
 };
 
@@ -97,8 +102,8 @@ class Transport {
     virtual net::Address remote_address() const = 0;
 
   protected:
-    Transport(Transport&&) = default;
-    Transport& operator=(Transport&&) = default;
+    Transport(Transport&&) = default;             ///< for transports that can be moved
+    Transport& operator=(Transport&&) = default;  ///< the same
 };
 
 }  // namespace quarn::client

@@ -52,6 +52,7 @@ class Address {
     /// Address and port: "127.0.0.1:1812", "[fe80::1%eth0]:1812".
     std::string text() const;
 
+    /// Member by member.
     bool operator==(const Address&) const = default;
 
   private:

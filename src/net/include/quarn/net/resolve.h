@@ -22,8 +22,8 @@ enum class SocketType { Datagram, Stream };
 
 /// Which addresses are wanted.
 struct ResolveOptions {
-    std::optional<Family> family = {};  ///< nothing: both
-    SocketType socket_type = SocketType::Datagram;
+    std::optional<Family> family = {};              ///< nothing: both
+    SocketType socket_type = SocketType::Datagram;  ///< what the addresses are for
 };
 
 /// Why a name has no addresses.
@@ -34,6 +34,7 @@ struct ResolveError {
     /// The text of `gai_strerror` for the code.
     std::string text() const;
 
+    /// Member by member.
     bool operator==(const ResolveError&) const = default;
 };
 

@@ -55,24 +55,27 @@ enum class OpenStep {
 
 /// Why a socket could not be opened.
 struct OpenError {
-    OpenStep step;
-    int number;  ///< the errno value
+    OpenStep step;  ///< the first that failed
+    int number;     ///< the errno value
 
+    /// Member by member.
     bool operator==(const OpenError&) const = default;
 };
 
 /// A system call's errno value, for an outcome of ordinary use.
 struct SystemError {
-    int number;
+    int number;  ///< such as EAGAIN
 
+    /// Member by member.
     bool operator==(const SystemError&) const = default;
 };
 
 /// A received datagram.
 struct Datagram {
-    utils::Bytes bytes;
-    Address source;
+    utils::Bytes bytes;  ///< as much of it as was asked for
+    Address source;      ///< the sender's
 
+    /// Member by member.
     bool operator==(const Datagram&) const = default;
 };
 
@@ -83,6 +86,7 @@ struct NetworkError {
     std::uint8_t code = 0;  ///< the same
     std::optional<Address> reporter = {};  ///< who sent the message, with port 0
 
+    /// Member by member.
     bool operator==(const NetworkError&) const = default;
 };
 
