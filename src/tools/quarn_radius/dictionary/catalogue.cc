@@ -14,11 +14,11 @@
 #include "quarn/radius/wire_format.h"
 #include "quarn/utils/ascii.h"
 #include "quarn/utils/case_insensitive.h"
+#include "quarn/utils/nearest_name.h"
 #include "quarn/utils/text.h"
 #include "quarn_radius/dictionary/code_text.h"
 #include "quarn_radius/dictionary/files.h"
 #include "quarn_radius/dictionary/name_pattern.h"
-#include "quarn_radius/nearest_name.h"
 
 namespace quarn::quarn_radius {
 
@@ -250,7 +250,7 @@ std::string DictionaryCatalogue::suggestion_for(const std::string& query) const 
         }
     }
     names.insert(names.end(), vendors.begin(), vendors.end());
-    return suggestion(query, names);
+    return utils::suggestion(query, names);
 }
 
 std::string findings_text(const Findings& findings) {

@@ -25,11 +25,11 @@
 #include "quarn/utils/app.h"
 #include "quarn/utils/ascii.h"
 #include "quarn/utils/case_insensitive.h"
+#include "quarn/utils/nearest_name.h"
 #include "quarn/utils/text.h"
 #include "quarn_radius/dictionary/code_path_limits.h"
 #include "quarn_radius/dictionary/files.h"
 #include "quarn_radius/dictionary/value_limits.h"
-#include "quarn_radius/nearest_name.h"
 
 namespace quarn::quarn_radius {
 
@@ -229,7 +229,8 @@ void Checker::check_keys(const YAML::Node& map, std::span<const std::string_view
         if (!key) {
             warn(entry.first, "a key of " + where + " is not a text");
         } else if (std::find(known.begin(), known.end(), *key) == known.end()) {
-            warn(entry.first, "unknown key " + quoted(*key) + " of " + where + suggestion(*key, known));
+            warn(entry.first,
+                 "unknown key " + quoted(*key) + " of " + where + utils::suggestion(*key, known));
         } else if (!seen.insert(*key).second) {
             warn(entry.first, quoted(*key) + " of " + where + " is given twice; the first one holds");
         }
@@ -437,7 +438,7 @@ std::string Checker::check_type(const YAML::Node& definition, const std::string&
     };
     if (std::none_of(type_names.begin(), type_names.end(), is_type)) {
         warn(field->key, "unknown type " + quoted(*type) + " of " + attribute + ", which is read as octets" +
-                             suggestion(*type, type_names));
+                             utils::suggestion(*type, type_names));
     }
     return *type;
 }

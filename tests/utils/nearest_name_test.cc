@@ -1,10 +1,10 @@
-#include "quarn_radius/nearest_name.h"
+#include "quarn/utils/nearest_name.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 
-namespace quarn::quarn_radius {
+namespace quarn::utils {
 namespace {
 
 constexpr std::array keys = std::to_array<std::string_view>({"code", "type", "encrypt", "has_tag"});
@@ -28,6 +28,19 @@ TEST(NearestName, FindsWhatWasMeant) {
     EXPECT_EQ(nearest_name("cod", keys), "code");
 }
 
+TEST(NearestName, TakesTheFirstOfSeveralThatAreEquallyNear) {
+    constexpr std::array names = std::to_array<std::string_view>({"abcdefxyz", "abcdeg", "abcdeh", "abcde"});
+    EXPECT_EQ(nearest_name("abcdef", names), "abcdeg");
+    EXPECT_EQ(nearest_name("abcd", names), "abcde");
+}
+
+TEST(NearestName, TakesANameThatIsLongerOrShorterByOneInThree) {
+    EXPECT_EQ(nearest_name("abcdef", std::to_array<std::string_view>({"abcdefgh"})), "abcdefgh");
+    EXPECT_EQ(nearest_name("abcdef", std::to_array<std::string_view>({"abcdefghi"})), std::nullopt);
+    EXPECT_EQ(nearest_name("abcdef", std::to_array<std::string_view>({"abcd"})), "abcd");
+    EXPECT_EQ(nearest_name("abcdef", std::to_array<std::string_view>({"abc"})), std::nullopt);
+}
+
 TEST(NearestName, FindsNothingWhenNothingIsNear) {
     EXPECT_EQ(nearest_name("vendor", keys), std::nullopt);
     EXPECT_EQ(nearest_name("", keys), std::nullopt);
@@ -36,7 +49,9 @@ TEST(NearestName, FindsNothingWhenNothingIsNear) {
 TEST(Suggestion, IsAQuestionOrNothing) {
     EXPECT_EQ(suggestion("encript", keys), ", did you mean \"encrypt\"?");
     EXPECT_EQ(suggestion("description", keys), "");
+    EXPECT_EQ(suggestion(std::string_view("encrypt")), ", did you mean \"encrypt\"?");
+    EXPECT_EQ(suggestion(std::nullopt), "");
 }
 
 }  // namespace
-}  // namespace quarn::quarn_radius
+}  // namespace quarn::utils

@@ -1,4 +1,4 @@
-#include "quarn_radius/nearest_name.h"
+#include "quarn/utils/nearest_name.h"
 
 #include <algorithm>
 #include <numeric>
@@ -6,11 +6,11 @@
 
 #include "quarn/utils/ascii.h"
 
-namespace quarn::quarn_radius {
+namespace quarn::utils {
 
 std::size_t edit_distance(std::string_view left, std::string_view right) {
-    const std::string a = utils::ascii_lower(left);
-    const std::string b = utils::ascii_lower(right);
+    const std::string a = ascii_lower(left);
+    const std::string b = ascii_lower(right);
     // Rows of the table of distances between the first letters of both: the current one and two before it.
     std::vector<std::size_t> before_previous(b.size() + 1);
     std::vector<std::size_t> previous(b.size() + 1);
@@ -37,6 +37,12 @@ std::optional<std::string_view> nearest_name(std::string_view name,
     std::optional<std::string_view> nearest;
     std::size_t best = most + 1;
     for (const std::string_view candidate : candidates) {
+        // The distance is at least the difference of the lengths. Comparing those first passes over most
+        // names.
+        const auto [shorter, longer] = std::minmax({name.size(), candidate.size()});
+        if (longer - shorter >= best) {
+            continue;
+        }
         const std::size_t distance = edit_distance(name, candidate);
         if (distance < best) {
             best = distance;
@@ -46,9 +52,12 @@ std::optional<std::string_view> nearest_name(std::string_view name,
     return nearest;
 }
 
-std::string suggestion(std::string_view name, std::span<const std::string_view> candidates) {
-    const auto nearest = nearest_name(name, candidates);
+std::string suggestion(std::optional<std::string_view> nearest) {
     return nearest ? ", did you mean \"" + std::string(*nearest) + "\"?" : std::string();
 }
 
-}  // namespace quarn::quarn_radius
+std::string suggestion(std::string_view name, std::span<const std::string_view> candidates) {
+    return suggestion(nearest_name(name, candidates));
+}
+
+}  // namespace quarn::utils

@@ -1,4 +1,4 @@
-// What a misspelt name was perhaps meant to be.
+// Finds the name that a misspelt one was probably meant to be.
 #pragma once
 
 #include <optional>
@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
-namespace quarn::quarn_radius {
+namespace quarn::utils {
 
-/// How many letters have to be put in, taken out, replaced or swapped with their neighbour to make one text
-/// of the other. Letters match without regard to ASCII case.
+/// How many letters must be put in, taken out, replaced or swapped with their neighbour to turn one text into
+/// the other. Letters match without regard to ASCII case.
 std::size_t edit_distance(std::string_view left, std::string_view right);
 
 /// The candidate nearest to `name`, the first of several, or nothing when none is near: at most one slip in
@@ -17,7 +17,10 @@ std::size_t edit_distance(std::string_view left, std::string_view right);
 std::optional<std::string_view> nearest_name(std::string_view name,
                                              std::span<const std::string_view> candidates);
 
-/// `, did you mean "encrypt"?`, or nothing when no candidate is near.
+/// `, did you mean "encrypt"?` for the nearest name; an empty text when there is none.
+std::string suggestion(std::optional<std::string_view> nearest);
+
+/// The suggestion of the candidate nearest to `name`.
 std::string suggestion(std::string_view name, std::span<const std::string_view> candidates);
 
-}  // namespace quarn::quarn_radius
+}  // namespace quarn::utils
