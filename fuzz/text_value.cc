@@ -90,9 +90,27 @@ void add_to_packet(const AttributeMetadata& record, std::string_view text) {
     require(attribute != nullptr && attribute->values.size() == values, "a value or none is added");
 }
 
+/// `try_add` adds what `add_attribute` adds, or nothing.
+void try_to_add(const AttributeMetadata& record, std::string_view text) {
+    RadiusPacket packet(dictionary_of_every_kind());
+    const AddResult result = packet.try_add(record.name, text);
+    require(static_cast<bool>(result) == result.message.empty(), "a refusal has a message", result.message);
+    if (!result) {
+        require(packet.attribute_map.empty() && packet.attribute_order.empty(), "a refusal changes nothing");
+        return;
+    }
+    const RadiusAttribute* const attribute = packet.find_attribute(record.name);
+    require(attribute != nullptr && attribute->values.size() == 1, "one value is added");
+    require(attribute->values.front().data == encoded(record, text), "both ways add the same value",
+            record.type);
+}
+
 /// The text as the name of an attribute and of a value.
 void look_up(std::string_view text) {
     RadiusPacket packet(dictionary_of_every_kind());
+    if (const AddResult result = packet.try_add(text, "1"); !result) {
+        require(packet.attribute_map.empty(), "a refusal changes nothing", result.message);
+    }
     try {
         packet.set_attribute(text, 1);
     } catch (const std::runtime_error& error) {
@@ -115,6 +133,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(record.known, "the dictionary has every type");
     encode_and_show(record, text);
     add_to_packet(record, text);
+    try_to_add(record, text);
     look_up(text);
     return 0;
 }

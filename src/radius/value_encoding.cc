@@ -8,6 +8,7 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "quarn/utils/ascii.h"
 #include "quarn/utils/text.h"
@@ -19,10 +20,6 @@ namespace {
 constexpr std::size_t ipv4_size = 4;
 constexpr std::size_t ipv6_size = 16;
 
-[[noreturn]] void refuse(const char* problem, std::string_view text) {
-    throw std::invalid_argument(std::string(problem) + ": " + std::string(text));
-}
-
 /// The low `width` bytes of a number in network order.
 Bytes big_endian(std::uint64_t number, std::size_t width) {
     Bytes bytes(width);
@@ -33,47 +30,58 @@ Bytes big_endian(std::uint64_t number, std::size_t width) {
     return bytes;
 }
 
-std::optional<Bytes> encode_number(const RadiusDictionary& dictionary, const AttributeMetadata& attribute,
-                                   std::string_view text) {
+/// Whether the text is a number in decimal, of any size.
+bool is_decimal_number(std::string_view text) {
+    const std::string_view digits = text.substr(text.starts_with('-') ? 1 : 0);
+    return !digits.empty() && std::all_of(digits.begin(), digits.end(), utils::is_digit);
+}
+
+TextValue encode_number(const RadiusDictionary& dictionary, const AttributeMetadata& attribute,
+                        std::string_view text) {
     const std::size_t width = fixed_size_of(attribute.value_type);
     if (!attribute.name.empty()) {
         if (const auto named = dictionary.enum_value(attribute.name, text)) {
             return big_endian(*named, width);
         }
     }
+    if (!is_decimal_number(text)) {
+        return AddProblem::NotANumber;
+    }
     if (attribute.value_type == ValueType::Signed) {
         const auto number = utils::parse_decimal<std::int32_t>(text);
-        return number ? std::optional(big_endian(static_cast<std::uint32_t>(*number), width)) : std::nullopt;
+        return number ? TextValue(big_endian(static_cast<std::uint32_t>(*number), width))
+                      : AddProblem::NumberOutOfRange;
     }
-    const std::uint64_t limit = std::numeric_limits<std::uint64_t>::max() >> (64 - 8 * width);
     const auto number = utils::parse_decimal<std::uint64_t>(text);
-    return number && *number <= limit ? std::optional(big_endian(*number, width)) : std::nullopt;
+    return number && *number <= largest_number(attribute.value_type) ? TextValue(big_endian(*number, width))
+                                                                     : AddProblem::NumberOutOfRange;
 }
 
-/// Seconds east of UTC from "+HHMM" or "-HHMM", with ":" allowed anywhere after the sign.
-std::int64_t parse_utc_offset(std::string_view offset, std::string_view whole_text) {
+/// Seconds east of UTC from "+HHMM" or "-HHMM", with ":" allowed anywhere after the sign; nothing for any
+/// other text.
+std::optional<std::int64_t> parse_utc_offset(std::string_view offset) {
     std::string digits;
     for (const char character : offset.substr(1)) {
         if (utils::is_digit(character)) {
             digits += character;
         } else if (character != ':') {
-            refuse("invalid ISO 8601 offset", whole_text);
+            return std::nullopt;
         }
     }
     if (digits.size() != 4) {
-        refuse("invalid ISO 8601 offset", whole_text);
+        return std::nullopt;
     }
     const int hours_minutes = std::stoi(digits);
     const std::int64_t seconds = hours_minutes / 100 * 3600 + hours_minutes % 100 * 60;
     return offset.front() == '-' ? -seconds : seconds;
 }
 
-Bytes encode_iso8601_time(std::string_view text) {
+TextValue encode_iso8601_time(std::string_view text) {
     const std::string terminated(text);
     std::tm fields{};
     const char* const after_seconds = strptime(terminated.c_str(), "%Y-%m-%dT%H:%M:%S", &fields);
     if (after_seconds == nullptr) {
-        refuse("invalid ISO 8601 time", text);
+        return AddProblem::BadTime;
     }
     std::int64_t seconds = timegm(&fields);
 
@@ -83,12 +91,16 @@ Bytes encode_iso8601_time(std::string_view text) {
         rest.remove_prefix(std::min(rest.find_first_not_of("0123456789"), rest.size()));
     }
     if (rest.starts_with('+') || rest.starts_with('-')) {
-        seconds -= parse_utc_offset(rest, text);
+        const std::optional<std::int64_t> offset = parse_utc_offset(rest);
+        if (!offset) {
+            return AddProblem::BadTimeOffset;
+        }
+        seconds -= *offset;
     } else if (!rest.empty() && rest != "Z") {
-        refuse("invalid ISO 8601 time", text);
+        return AddProblem::BadTime;
     }
     if (seconds < 0 || seconds > std::numeric_limits<std::uint32_t>::max()) {
-        refuse("time out of range", text);
+        return AddProblem::TimeOutOfRange;
     }
     return big_endian(static_cast<std::uint64_t>(seconds), 4);
 }
@@ -120,31 +132,14 @@ std::optional<Prefix> parse_prefix(int family, std::string_view text) {
     return Prefix{*std::move(address), *length};
 }
 
-Bytes encode_ipv4_address(std::string_view text) {
-    std::optional<Bytes> address = parse_address(AF_INET, text);
-    if (!address) {
-        refuse("invalid ipv4addr", text);
-    }
-    return *std::move(address);
+/// The bytes, or the problem where there are none.
+TextValue value_or(std::optional<Bytes> bytes, AddProblem problem) {
+    return bytes ? TextValue(*std::move(bytes)) : TextValue(problem);
 }
 
-Bytes encode_ipv6_address(std::string_view text) {
-    std::optional<Bytes> address = parse_address(AF_INET6, text);
-    if (!address) {
-        refuse("invalid ipv6addr", text);
-    }
-    return *std::move(address);
-}
-
-Bytes encode_combo_ip(std::string_view text) {
+TextValue encode_combo_ip(std::string_view text) {
     std::optional<Bytes> address = parse_address(AF_INET, text);
-    if (!address) {
-        address = parse_address(AF_INET6, text);
-    }
-    if (!address) {
-        refuse("invalid combo-ip", text);
-    }
-    return *std::move(address);
+    return value_or(address ? std::move(address) : parse_address(AF_INET6, text), AddProblem::BadComboIp);
 }
 
 /// A reserved zero byte, the prefix length, and the first `address_size` bytes of the address.
@@ -156,20 +151,14 @@ Bytes prefix_bytes(const Prefix& prefix, std::size_t address_size) {
     return bytes;
 }
 
-Bytes encode_ipv4_prefix(std::string_view text) {
+TextValue encode_ipv4_prefix(std::string_view text) {
     const std::optional<Prefix> prefix = parse_prefix(AF_INET, text);
-    if (!prefix) {
-        refuse("invalid ipv4prefix", text);
-    }
-    return prefix_bytes(*prefix, ipv4_size);
+    return prefix ? TextValue(prefix_bytes(*prefix, ipv4_size)) : AddProblem::BadIpv4Prefix;
 }
 
-Bytes encode_ipv6_prefix(std::string_view text) {
+TextValue encode_ipv6_prefix(std::string_view text) {
     const std::optional<Prefix> prefix = parse_prefix(AF_INET6, text);
-    if (!prefix) {
-        refuse("invalid ipv6prefix", text);
-    }
-    return prefix_bytes(*prefix, (prefix->length + 7U) / 8U);
+    return prefix ? TextValue(prefix_bytes(*prefix, (prefix->length + 7U) / 8U)) : AddProblem::BadIpv6Prefix;
 }
 
 /// Decodes digits of which the first may be missing its leading zero.
@@ -180,13 +169,13 @@ Bytes decode_digits(std::string digits) {
     return utils::to_bytes(utils::hex_to_bytes(digits));
 }
 
-Bytes encode_hex_groups(std::string_view text) {
+TextValue encode_hex_groups(std::string_view text) {
     std::string digits;
     for (const char character : text) {
         if (utils::is_hex_digit(character)) {
             digits += character;
         } else if (character != ':' && character != '-' && !utils::is_space(character)) {
-            refuse("invalid hex", text);
+            return AddProblem::BadHex;
         }
     }
     return decode_digits(std::move(digits));
@@ -196,20 +185,42 @@ Bytes encode_octets(std::string_view text) {
     return utils::is_hex_literal(text) ? decode_digits(std::string(text.substr(2))) : utils::to_bytes(text);
 }
 
+/// The problems that raise an exception, and how its text begins.
+struct Refusal {
+    AddProblem problem;
+    const char* prefix;
+};
+constexpr Refusal refusals[] = {
+    {AddProblem::BadIpv4Address, "invalid ipv4addr: "},
+    {AddProblem::BadIpv6Address, "invalid ipv6addr: "},
+    {AddProblem::BadComboIp, "invalid combo-ip: "},
+    {AddProblem::BadIpv4Prefix, "invalid ipv4prefix: "},
+    {AddProblem::BadIpv6Prefix, "invalid ipv6prefix: "},
+    {AddProblem::BadTime, "invalid ISO 8601 time: "},
+    {AddProblem::BadTimeOffset, "invalid ISO 8601 offset: "},
+    {AddProblem::TimeOutOfRange, "time out of range: "},
+    {AddProblem::BadHex, "invalid hex: "},
+};
+
 }  // namespace
 
-std::optional<Bytes> encode_text_value(const RadiusDictionary& dictionary, const AttributeMetadata& attribute,
-                                       std::string_view text) {
+std::uint64_t largest_number(ValueType type) {
+    if (type == ValueType::Signed) {
+        return std::numeric_limits<std::int32_t>::max();
+    }
+    return std::numeric_limits<std::uint64_t>::max() >> (64 - 8 * fixed_size_of(type));
+}
+
+TextValue read_text_value(const RadiusDictionary& dictionary, const AttributeMetadata& attribute,
+                          std::string_view text) {
     switch (attribute.value_type) {
         case ValueType::Octets:
             break;
         case ValueType::Text:
-            return utils::is_well_formed_utf8(text) ? std::optional(utils::to_bytes(text)) : std::nullopt;
+            return utils::is_well_formed_utf8(text) ? TextValue(utils::to_bytes(text)) : AddProblem::NotUtf8;
         case ValueType::Time:
-            if (text.find('T') != std::string_view::npos) {
-                return encode_iso8601_time(text);
-            }
-            return encode_number(dictionary, attribute, text);
+            return text.find('T') != std::string_view::npos ? encode_iso8601_time(text)
+                                                            : encode_number(dictionary, attribute, text);
         case ValueType::Integer:
         case ValueType::Signed:
         case ValueType::Integer64:
@@ -217,11 +228,11 @@ std::optional<Bytes> encode_text_value(const RadiusDictionary& dictionary, const
         case ValueType::Byte:
             return encode_number(dictionary, attribute, text);
         case ValueType::Ipv4Addr:
-            return encode_ipv4_address(text);
+            return value_or(parse_address(AF_INET, text), AddProblem::BadIpv4Address);
         case ValueType::Ipv4Prefix:
             return encode_ipv4_prefix(text);
         case ValueType::Ipv6Addr:
-            return encode_ipv6_address(text);
+            return value_or(parse_address(AF_INET6, text), AddProblem::BadIpv6Address);
         case ValueType::Ipv6Prefix:
             return encode_ipv6_prefix(text);
         case ValueType::ComboIp:
@@ -231,6 +242,20 @@ std::optional<Bytes> encode_text_value(const RadiusDictionary& dictionary, const
             return encode_hex_groups(text);
     }
     return encode_octets(text);
+}
+
+std::optional<Bytes> encode_text_value(const RadiusDictionary& dictionary, const AttributeMetadata& attribute,
+                                       std::string_view text) {
+    TextValue value = read_text_value(dictionary, attribute, text);
+    if (Bytes* const bytes = std::get_if<Bytes>(&value)) {
+        return std::move(*bytes);
+    }
+    for (const Refusal& refusal : refusals) {
+        if (refusal.problem == std::get<AddProblem>(value)) {
+            throw std::invalid_argument(refusal.prefix + std::string(text));
+        }
+    }
+    return std::nullopt;
 }
 
 }  // namespace quarn::subscriber::radius

@@ -78,8 +78,13 @@ Bytes reveal_tunnel_password(byte_span value, std::string_view secret, const Aut
 
 }  // namespace
 
+std::size_t hidden_size(std::uint32_t encrypt, std::size_t value_size) {
+    return encrypt == hidden_as_user_password ? std::max(block_size, padded_length(value_size))
+                                              : salt_size + padded_length(1 + value_size);
+}
+
 Bytes encrypt_user_password(byte_span value, std::string_view secret, const Authenticator& authenticator) {
-    Bytes blocks(value.empty() ? block_size : padded_length(value.size()));
+    Bytes blocks(hidden_size(hidden_as_user_password, value.size()));
     std::copy(value.begin(), value.end(), blocks.begin());
     apply_key_stream(Direction::Hide, blocks, secret, authenticator);
     return blocks;
@@ -94,7 +99,7 @@ std::string decrypt_user_password(byte_span cipher, std::string_view secret,
 
 Bytes encrypt_tunnel_password(byte_span value, std::string_view secret, const Authenticator& authenticator) {
     const std::uint16_t salt = random_salt();
-    Bytes wire(salt_size + padded_length(1 + value.size()));
+    Bytes wire(hidden_size(hidden_as_tunnel_password, value.size()));
     wire[0] = static_cast<std::uint8_t>(salt >> 8);
     wire[1] = static_cast<std::uint8_t>(salt);
     wire[salt_size] = static_cast<std::uint8_t>(value.size());

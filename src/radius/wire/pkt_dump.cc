@@ -83,26 +83,17 @@ byte_span wrap_nested_tlv(BufferWriter& wrapped, const CodePath& path, byte_span
     return wrapped.bytes();
 }
 
-void build_plain(BufferWriter& out, std::uint32_t type, byte_span bytes, bool may_split,
-                 const std::string& name, Issues& issues) {
-    for_each_fragment(fit(bytes, max_value_size, may_split, name, issues), max_value_size,
-                      [&](byte_span piece, bool) {
-                          append_attribute_header(out, type, piece.size());
-                          out.append_bytes(piece);
-                      });
+void build_plain(BufferWriter& out, std::uint32_t type, byte_span bytes, std::size_t room) {
+    for_each_fragment(bytes, room, [&](byte_span piece, bool) {
+        append_attribute_header(out, type, piece.size());
+        out.append_bytes(piece);
+    });
 }
 
-void build_vsa(BufferWriter& out, const CodePath& path, byte_span bytes, const VendorInfo& vendor,
-               const std::string& name, Issues& issues) {
-    constexpr std::size_t nesting_start = 3;
-    BufferWriter wrapped;
-    const byte_span value = wrap_nested_tlv(wrapped, path, bytes, nesting_start);
-
-    const std::size_t sub_header_size = vendor.type_size + vendor.length_size + (vendor.continuation ? 1 : 0);
-    const std::size_t room = max_value_size - vendor_id_size - sub_header_size;
-    const bool may_split = vendor.continuation || path.size() == nesting_start;
-    for_each_fragment(fit(value, room, may_split, name, issues), room, [&](byte_span piece, bool more) {
-        const std::size_t sub_size = sub_header_size + piece.size();
+void build_vsa(BufferWriter& out, const CodePath& path, byte_span bytes, std::size_t room,
+               const VendorInfo& vendor) {
+    for_each_fragment(bytes, room, [&](byte_span piece, bool more) {
+        const std::size_t sub_size = vendor_header_size(vendor) + piece.size();
         append_attribute_header(out, VSA_TYPE, vendor_id_size + sub_size);
         out.append_uint(path[1], vendor_id_size);
         out.append_uint(path[2], vendor.type_size);
@@ -114,18 +105,11 @@ void build_vsa(BufferWriter& out, const CodePath& path, byte_span bytes, const V
     });
 }
 
-void build_extended(BufferWriter& out, const CodePath& path, byte_span bytes, bool long_form,
-                    const std::string& name, Issues& issues) {
-    const bool vendor_specific = path[1] == VSA_TYPE && path.size() >= 4;
-    const std::size_t nesting_start = vendor_specific ? 4 : 2;
-    BufferWriter wrapped;
-    const byte_span value = wrap_nested_tlv(wrapped, path, bytes, nesting_start);
-
-    const std::size_t sub_header_size =
-        1 + (long_form ? 1 : 0) + (vendor_specific ? vendor_id_size + extended_vendor_type_size : 0);
-    const std::size_t room = max_value_size - sub_header_size;
-    const bool may_split = long_form || path.size() == nesting_start;
-    for_each_fragment(fit(value, room, may_split, name, issues), room, [&](byte_span piece, bool more) {
+void build_extended(BufferWriter& out, const CodePath& path, byte_span bytes, std::size_t room,
+                    bool long_form) {
+    const bool vendor_specific = is_extended_vendor(path);
+    const std::size_t sub_header_size = extended_header_size(long_form, vendor_specific);
+    for_each_fragment(bytes, room, [&](byte_span piece, bool more) {
         append_attribute_header(out, path[0], sub_header_size + piece.size());
         out.append_u8(static_cast<std::uint8_t>(path[1]));
         if (long_form) {
@@ -185,7 +169,7 @@ class PacketEncoder {
             return;
         }
         // The tag takes the place of a number's top byte (RFC 2868, section 3.1).
-        if (!hidden && record.fixed_size > 1 && bytes.size() == record.fixed_size) {
+        if (!hidden && tag_replaces_first_byte(record, bytes.size())) {
             bytes = bytes.subspan(1);
         }
         BufferWriter tagged_bytes(1 + bytes.size());
@@ -201,26 +185,18 @@ class PacketEncoder {
 
     void write_framed(const RadiusAttribute& attribute, byte_span bytes) {
         const CodePath& path = attribute.code_path;
-        const RadiusDictionary* const dictionary = packet_.dictionary.get();
-        const std::string& name = attribute.display_name();
-        const std::uint32_t type = path.empty() ? 0 : path.front();
-        const ContainerKind container = top_level_container(dictionary, type);
+        const Framing framing = framing_of(packet_.dictionary.get(), *attribute.metadata, path);
+        BufferWriter wrapped;
+        const byte_span whole = wrap_nested_tlv(wrapped, path, bytes, framing.nesting_start);
+        const byte_span value =
+            fit(whole, framing.room, framing.may_split, attribute.display_name(), issues_);
 
-        if (container == ContainerKind::Vsa && path.size() >= 3) {
-            build_vsa(out_, path, bytes, vendor_format(dictionary, path[1]), name, issues_);
-        } else if ((container == ContainerKind::Extended || container == ContainerKind::LongExtended) &&
-                   path.size() >= 2) {
-            build_extended(out_, path, bytes, container == ContainerKind::LongExtended, name, issues_);
+        if (framing.container == ContainerKind::Vsa) {
+            build_vsa(out_, path, value, framing.room, *framing.vendor);
+        } else if (framing.container == ContainerKind::None) {
+            build_plain(out_, path.empty() ? 0 : path.front(), value, framing.room);
         } else {
-            // A plain attribute may be a list of TLVs, as IPv6-6rd-Configuration is (RFC 6930, section 4). It
-            // is the whole list that is split and joined then, not the TLV inside.
-            const bool is_tlv = container == ContainerKind::Tlv && path.size() > 1;  // so a dictionary says
-            const AttributeMetadata& record =
-                is_tlv ? dictionary->top_level_attribute(type) : *attribute.metadata;
-            const bool may_split = dictionary != nullptr && (record.concat || record.continuation);
-            BufferWriter wrapped;
-            const byte_span value = wrap_nested_tlv(wrapped, path, bytes, is_tlv ? 1 : path.size());
-            build_plain(out_, type, value, may_split, name, issues_);
+            build_extended(out_, path, value, framing.room, framing.container == ContainerKind::LongExtended);
         }
     }
 

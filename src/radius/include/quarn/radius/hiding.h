@@ -6,6 +6,7 @@
 // it sends a password.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -22,6 +23,9 @@ inline constexpr std::uint32_t hidden_as_tunnel_password = 2;  ///< RFC 2868, se
 constexpr bool is_hidden(std::uint32_t encrypt) {
     return encrypt == hidden_as_user_password || encrypt == hidden_as_tunnel_password;
 }
+
+/// The size of a hidden value on the wire, for a method that hides.
+std::size_t hidden_size(std::uint32_t encrypt, std::size_t value_size);
 
 /// Hides a value as User-Password: padded with zero bytes to a multiple of 16, at least 16, of any length.
 Bytes encrypt_user_password(byte_span value, std::string_view secret, const Authenticator& authenticator);

@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include "quarn/radius/add_result.h"
 #include "quarn/radius/attribute.h"
 #include "quarn/radius/authenticator.h"
 #include "quarn/radius/dictionary.h"
@@ -35,36 +36,49 @@ concept WholeNumber =
     !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
 
 /// Header fields, attributes, and a share of the dictionary that gives them meaning. All values of one
-/// attribute are kept together, at the place where its first one was added. Used by one thread at a time;
-/// movable, not copyable.
+/// attribute stand together, at the place of its first value. For one thread at a time. Movable, not
+/// copyable.
 class RadiusPacket {
   public:
     RadiusPacket() = default;
-    /// A packet without attributes, its header fields zero. Without a dictionary it can be neither filled by
-    /// name nor decoded nor validated.
+    /// A packet without attributes; its header fields are zero. Filling it by name, decoding into it and
+    /// validating it need a dictionary.
     explicit RadiusPacket(std::shared_ptr<const RadiusDictionary> shared_dictionary);
     RadiusPacket(const RadiusPacket&) = delete;
     RadiusPacket& operator=(const RadiusPacket&) = delete;
-    /// What was moved from may only be assigned to or destroyed.
+    /// A packet that was moved from may only be assigned to or destroyed.
     RadiusPacket(RadiusPacket&&) = default;
-    RadiusPacket& operator=(RadiusPacket&&) = default;  ///< the same
+    /// A packet that was moved from may only be assigned to or destroyed.
+    RadiusPacket& operator=(RadiusPacket&&) = default;
     ~RadiusPacket() = default;
 
-    /// Adds every value of `attribute` to the entry under its key, at the end; a new key gets a new entry,
+    /// Adds every value of `attribute` at the end of the entry under its key. A new key gets a new entry,
     /// last in order, even when there are no values.
     void add_attribute(RadiusAttribute&& attribute);
 
-    /// Adds one value, made from text as the dictionary's type for the attribute asks (see
-    /// `value_encoding.h`).
+    /// Adds one value, made from text by the attribute's type (see `value_encoding.h`).
     ///
-    /// Throws `std::runtime_error` "RadiusPacket: unknown attribute " and the name, the packet unchanged,
-    /// when the dictionary does not define it; `std::invalid_argument` for a malformed address, prefix, time
-    /// or hexadecimal text, the attribute's entry then being there without the value. A number that does not
-    /// fit and a text that is not UTF-8 add no value and raise no error.
+    /// Throws `std::runtime_error` "RadiusPacket: unknown attribute " and the name when the dictionary does
+    /// not define the name; the packet is unchanged then. Throws `std::invalid_argument` for a malformed
+    /// address, prefix, time or hexadecimal text. Caution: a number that does not fit and a text that is not
+    /// UTF-8 add no value and raise no error. Where a text adds no value, the attribute has an entry all the
+    /// same. `try_add` tells every such problem.
     void add_attribute(std::string_view name, std::string_view value);
 
-    /// Replaces all values of an attribute by one, moving it to the end of the order; adds it when it is not
-    /// there. Throws as `add_attribute` does, the old values being gone then.
+    /// Adds one value as `add_attribute` does, or tells what is wrong; the packet is unchanged then. Unlike
+    /// `add_attribute` it refuses every value that would not arrive whole, and takes a tag (RFC 2868, section
+    /// 3) behind the name of a tagged attribute:
+    ///
+    ///     request.try_add("Tunnel-Type:1", "VLAN");     // tags 0 to 31, or 0x00 to 0x1F
+    ///     request.try_add("Tunnel-Type", "VLAN");       // the same as tag 0, which belongs to no group
+    ///
+    /// A name that the dictionary defines as it stands is never split at its ":". The limits are those of a
+    /// packet that is encoded with a secret. A long value that the encoder splits into several attributes is
+    /// refused only if it is hidden or tagged and the reader would not join the pieces.
+    AddResult try_add(std::string_view name, std::string_view value);
+
+    /// Replaces all values of an attribute by one value, and moves the attribute to the end of the order;
+    /// adds an attribute that is not there. Throws as `add_attribute` does; the old values are gone then.
     void set_attribute(std::string_view name, std::string_view value);
 
     /// `set_attribute` with the decimal text of a number.
