@@ -1,4 +1,4 @@
-# The Debian packages `authprobe` and `libquarn-radius-dev`, one for each component of the installation, made by
+# The Debian packages `authprobe`, `libquarn-radius-dev` and `libquarn-radius-client-dev`, one for each component of the installation, made by
 # CPack from a build that is laid out for them; scripts/package does it all. Programs, headers and library go to
 # /usr, where every tool finds them; the dictionaries stay in the folder that the programs know.
 option(QUARN_DEBIAN_PACKAGES "Lay the installation out for Debian packages" OFF)
@@ -11,7 +11,7 @@ endif()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
-set(CPACK_COMPONENTS_ALL programs development)
+set(CPACK_COMPONENTS_ALL programs development client)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_SET_DESTDIR ON) # the dictionaries' folder is an absolute path
 set(CPACK_STRIP_FILES ON)
@@ -49,6 +49,17 @@ dictionaries in YAML.
 .
 This package has the headers, the static library, a package for CMake's
 find_package(quarn-radius) and quarn-radius.pc for pkg-config.")
+
+set(CPACK_DEBIAN_CLIENT_PACKAGE_NAME libquarn-radius-client-dev)
+set(CPACK_DEBIAN_CLIENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_CLIENT_PACKAGE_DEPENDS
+    "libquarn-radius-dev (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+set(CPACK_DEBIAN_CLIENT_DESCRIPTION "RADIUS client library for C++20, for development
+A library that sends RADIUS requests, waits for their replies, and verifies and
+decodes these in one step.
+.
+This package has the headers, the static library, what find_package(quarn-radius
+COMPONENTS client) wants, and quarn-radius-client.pc for pkg-config.")
 
 # What Debian wants to find in every package.
 string(TIMESTAMP QUARN_CHANGELOG_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC) # SOURCE_DATE_EPOCH, if that is set

@@ -51,6 +51,19 @@ check_accounting_request() {
     expect "$header$authenticator$attributes" "$("$@" bob 0001 testing123)" "accounting_request"
 }
 
+# write_client_program TREE FOLDER: puts the program of libquarn-radius-client(3) into the folder, and how CMake builds it.
+write_client_program() {
+    mkdir -p "$2"
+    "$1/tests/man/literal_block" "$1/docs/man/libquarn-radius-client.3" '// ask.cc' >"$2/ask.cc"
+    cat >"$2/CMakeLists.txt" <<'END'
+cmake_minimum_required(VERSION 3.25)
+project(ask LANGUAGES CXX)
+find_package(quarn-radius 2.0 REQUIRED COMPONENTS client)
+add_executable(ask ask.cc)
+target_link_libraries(ask PRIVATE quarn::radius_client)
+END
+}
+
 # check_decode_reply COMMAND...: the example, built, reads a reply and tells whether it is authentic.
 check_decode_reply() {
     # The Access-Accept of RFC 2865, section 7.1.
