@@ -48,6 +48,7 @@ Exchange::Exchange(const EncodedRequest& request, const ExchangeOptions& options
       judge_(judge ? std::move(judge) : judge_by_identifier(request)) {}
 
 Action Exchange::next(TimePoint now) {
+    give_up_when_time_is_up(now);
     switch (state_) {
         case State::BeforeTry:
             return start_try(now);
@@ -55,9 +56,9 @@ Action Exchange::next(TimePoint now) {
             // The time to wait begins here, with the request sent. It is waited once even when it is zero.
             deadline_ = later(now, options_.timeout);
             state_ = State::Waiting;
-            return WaitUntil{end_of_wait()};
+            [[fallthrough]];
         case State::Waiting:
-            return wait_or_give_up(now);
+            return WaitUntil{end_of_wait()};
         case State::TryFailed:
             state_ = State::BeforeTry;
             return *std::exchange(failure_, std::nullopt);
@@ -78,16 +79,15 @@ Action Exchange::start_try(TimePoint now) {
     return SendRequest{datagram_};
 }
 
-Action Exchange::wait_or_give_up(TimePoint now) {
-    if (now < end_of_wait()) {
-        return WaitUntil{end_of_wait()};
+void Exchange::give_up_when_time_is_up(TimePoint now) {
+    if (state_ != State::Waiting || now < end_of_wait()) {
+        return;
     }
     if (grace_end_) {
         finish_without_reply();
     } else {
         fail_try(TimedOut{});
     }
-    return next(now);
 }
 
 void Exchange::handle(Event event, TimePoint now) {
@@ -128,11 +128,10 @@ void Exchange::take(ReceivedPacket packet, TimePoint now) {
 }
 
 void Exchange::take(const TransportError& error) {
-    if (error.origin == ErrorOrigin::Send) {
-        finish(error);
-    } else if (options_.policy == Policy::NextTry) {
+    const bool ends_everything = error.origin == ErrorOrigin::Send;
+    if (options_.policy == Policy::NextTry && !ends_everything) {
         fail_try(error);
-    } else if (!is_passing(error)) {
+    } else if (ends_everything || !is_passing(error)) {
         finish(error);
     }
 }

@@ -19,7 +19,7 @@ std::optional<TransportError> UdpTransport::send(utils::byte_span packet) {
         return std::nullopt;
     }
     // The kernel gives a report of the network on an earlier packet as the error of the next call.
-    if (auto report = take_network_error()) {
+    if (const auto report = take_network_error()) {
         return report;
     }
     return TransportError{ErrorOrigin::Send, error->number};
@@ -36,13 +36,13 @@ Event UdpTransport::receive(TimePoint deadline) {
     if (!*ready) {
         return TimedOut{};
     }
-    auto report = take_network_error();
+    const auto report = take_network_error();
     auto datagram = socket_.receive();
     if (datagram) {
-        waiting_error_ = std::move(report);
+        waiting_error_ = report;
         return ReceivedPacket{std::move(datagram->bytes), datagram->source};
     }
-    return report ? *std::move(report) : TransportError{ErrorOrigin::Receive, datagram.error().number};
+    return report.value_or(TransportError{ErrorOrigin::Receive, datagram.error().number});
 }
 
 std::optional<TransportError> UdpTransport::take_network_error() {

@@ -153,7 +153,7 @@ class Exchange {
     TimePoint end_of_wait() const { return grace_end_.value_or(deadline_); }
 
     Action start_try(TimePoint now);
-    Action wait_or_give_up(TimePoint now);
+    void give_up_when_time_is_up(TimePoint now);
 
     void take(ReceivedPacket packet, TimePoint now);
     void take(const TransportError& error);
