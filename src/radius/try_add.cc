@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
@@ -174,7 +175,7 @@ AddResult check_size(const RadiusDictionary& dictionary, const AttributeMetadata
     const std::size_t room = splits ? max_attribute_size : framing.room;
     return refused(fits_tlv ? AddProblem::ValueTooLong : AddProblem::TlvTooLong, record,
                    "too long: " + std::to_string(size) + " bytes on the wire, where there is room for " +
-                       std::to_string(room - tlv_headers));
+                       std::to_string(room - std::min(room, tlv_headers)));
 }
 
 /// What is wrong with bytes that the text encoding accepted.

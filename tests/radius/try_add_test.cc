@@ -330,6 +330,17 @@ TEST(TryAdd, RefusesANestedTlvThatItsLengthByteCannotCount) {
     }
 }
 
+TEST(TryAdd, RefusesEveryValueWhereTheHeadersOfTlvsAloneAreTooLong) {
+    const test::SharedDictionary dictionary = test::dictionary_from(R"(
+attributes:
+  Long: {code: "245", type: long-extended}
+  Deep: {code: "245.1)" + test::repeat(".1", 128) + R"(", type: text}
+)");
+    EXPECT_EQ(outcome(dictionary, "Deep", ""),
+              "Deep: too long: 0 bytes on the wire, where there is room for 0");
+    EXPECT_EQ(problem_of(dictionary, "Deep", ""), AddProblem::TlvTooLong);
+}
+
 TEST(TryAdd, RefusesAValueThatTheEncoderWouldTruncate) {
     EXPECT_EQ(codec_outcome("Reply-Message", std::string(254, 'a')),
               "Reply-Message: too long: 254 bytes on the wire, where there is room for 253");
