@@ -19,9 +19,12 @@
 
 namespace quarn::utils {
 
-/// Overwrites memory with zeros, even where nobody reads it any more.
+/// Overwrites memory with zeros, even where nobody reads it any more. The pointer may be null when the size
+/// is 0.
 inline void wipe(void* memory, std::size_t size) {
-    explicit_bzero(memory, size);
+    if (size != 0) {
+        explicit_bzero(memory, size);
+    }
 }
 
 /// Overwrites the bytes with zeros; they keep their number.
