@@ -103,14 +103,15 @@ std::string Address::host_text() const {
     inet_ntop(family_ == Family::IPv4 ? AF_INET : AF_INET6, bytes_.data(), text.data(), text.size());
     std::string host = text.data();
     if (scope_id_ != 0) {
-        host += "%" + scope_text(scope_id_);
+        host.append("%").append(scope_text(scope_id_));  // g++ 12 warns of "%" + a text
     }
     return host;
 }
 
 std::string Address::text() const {
-    const std::string host = family_ == Family::IPv4 ? host_text() : "[" + host_text() + "]";
-    return host + ":" + std::to_string(port_);
+    std::string text = family_ == Family::IPv4 ? "" : "[";
+    text.append(host_text()).append(family_ == Family::IPv4 ? ":" : "]:");
+    return text.append(std::to_string(port_));
 }
 
 }  // namespace quarn::net

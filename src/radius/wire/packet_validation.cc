@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "crypto/digest.h"
 #include "quarn/net/buffer_reader.h"
-#include "quarn/radius/constant_time.h"
 #include "quarn/radius/packet.h"
 #include "quarn/radius/packet_code.h"
+#include "quarn/radius/signature.h"
 #include "quarn/radius/wire_format.h"
 
 namespace quarn::subscriber::radius {
@@ -34,12 +33,6 @@ std::optional<std::size_t> find_message_authenticator(byte_span raw) {
         reader.read_bytes(length - attribute_header_size);
     }
     return std::nullopt;
-}
-
-/// Whether the received bytes are the digest computed for them. Sixteen zero bytes stand for a digest that
-/// could not be computed: they match nothing, not even themselves.
-bool digest_matches(const Authenticator& computed, byte_span received) {
-    return computed != ZERO16 && equal_in_constant_time(computed, received);
 }
 
 RadiusPacketValRes request_authenticator_required() {
@@ -106,16 +99,12 @@ std::optional<RadiusPacketValRes> RadiusPacket::_check_message_authenticator(std
     }
     // A response is covered with the request's authenticator in its header, a Disconnect- or CoA-Request with
     // zero bytes there, anything else with its own (RFC 3579, section 3.2; RFC 5176, section 3.4).
-    const byte_span covered = is_response_code(code) ? byte_span(*request_authenticator)
-                              : is_zero_authenticator_code(code)
-                                  ? byte_span(ZERO16)
-                                  : bytes.subspan(authenticator_offset, authenticator_size);
-    const std::size_t digest_position = *position + attribute_header_size;
-    const Authenticator expected =
-        hmac_md5_spans(secret, {bytes.first(authenticator_offset), covered,
-                                bytes.subspan(header_size, digest_position - header_size), ZERO16,
-                                bytes.subspan(digest_position + ZERO16.size())});
-    if (!digest_matches(expected, bytes.subspan(digest_position, expected.size()))) {
+    Authenticator received_authenticator{};
+    std::copy_n(bytes.begin() + authenticator_offset, authenticator_size, received_authenticator.begin());
+    const Authenticator& covered = is_response_code(code)             ? *request_authenticator
+                                   : is_zero_authenticator_code(code) ? ZERO16
+                                                                      : received_authenticator;
+    if (!message_authenticator_fits(bytes, *position + attribute_header_size, covered, secret)) {
         return message_authenticator_mismatch();
     }
     return std::nullopt;
@@ -129,14 +118,8 @@ RadiusPacketValRes RadiusPacket::_check_authenticator(std::string_view secret) c
     if (is_response && !request_authenticator) {
         return request_authenticator_required();
     }
-    const byte_span bytes = raw;
-    if (bytes.size() >= header_size) {
-        const Authenticator expected =
-            md5_spans({bytes.first(authenticator_offset), is_response ? *request_authenticator : ZERO16,
-                       bytes.subspan(header_size), utils::as_bytes(secret)});
-        if (digest_matches(expected, bytes.subspan(authenticator_offset, authenticator_size))) {
-            return {};
-        }
+    if (response_authenticator_fits(raw, is_response ? *request_authenticator : ZERO16, secret)) {
+        return {};
     }
     return {ValidationError::InvalidAuthenticator, is_response
                                                        ? "RadiusPacket: invalid Response Authenticator"
