@@ -13,13 +13,11 @@ namespace {
 
 constexpr std::size_t ipv4_size = 4;
 
-/// The number of the interface that a scope names, by its name or its number; nothing when there is none.
+/// The number of the interface that a scope names. An interface may be called "2": names come before numbers,
+/// as in `getaddrinfo`. Nothing for any other text.
 std::optional<std::uint32_t> scope_from(std::string_view text) {
-    if (const auto number = utils::parse_decimal<std::uint32_t>(text)) {
-        return number;
-    }
     const unsigned index = if_nametoindex(std::string(text).c_str());
-    return index == 0 ? std::nullopt : std::optional<std::uint32_t>(index);
+    return index != 0 ? std::optional<std::uint32_t>(index) : utils::parse_decimal<std::uint32_t>(text);
 }
 
 std::string scope_text(std::uint32_t scope_id) {
@@ -33,9 +31,6 @@ std::string scope_text(std::uint32_t scope_id) {
 /// The bytes of a numeric address; nothing when the text is anything else.
 template <std::size_t size>
 std::optional<std::array<std::uint8_t, size>> numeric(int family, std::string_view text) {
-    if (text.find('\0') != text.npos) {
-        return std::nullopt;
-    }
     std::array<std::uint8_t, size> bytes{};
     if (inet_pton(family, std::string(text).c_str(), bytes.data()) != 1) {
         return std::nullopt;
@@ -62,6 +57,9 @@ Address Address::ipv6(const std::array<std::uint8_t, 16>& bytes, std::uint16_t p
 }
 
 std::optional<Address> Address::parse(std::string_view host, std::uint16_t port) {
+    if (host.find('\0') != host.npos) {
+        return std::nullopt;  // the system's functions would not see the text after it
+    }
     if (const auto bytes = numeric<ipv4_size>(AF_INET, host)) {
         return ipv4(*bytes, port);
     }

@@ -23,10 +23,11 @@ bool is_blank_or_control(char character) {
     return byte <= ' ' || byte == 0x7f;
 }
 
-/// Whether the text is a numeric IPv6 address, with or without a scope. The scope's interface may be any.
+/// Whether the text is a numeric IPv6 address, with or without a scope. The scope's interface may be any, but
+/// no interface has a colon in its name: a colon there is the one before a port.
 bool is_ipv6(std::string_view text) {
     const std::size_t percent = text.find('%');
-    if (percent != text.npos && percent + 1 == text.size()) {
+    if (percent != text.npos && (percent + 1 == text.size() || text.find(':', percent) != text.npos)) {
         return false;
     }
     in6_addr address{};

@@ -1,6 +1,7 @@
 #include "quarn/net/udp_socket.h"
 
 #include <linux/errqueue.h>
+#include <net/if.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -37,6 +38,12 @@ bool bind_to(const utils::FileDescriptor& descriptor, const Address& source) {
 }
 
 bool select_interface(const utils::FileDescriptor& descriptor, const std::string& name) {
+    // The kernel would cut the name at its size for names, and at a NUL: the rest might be another interface,
+    // or none, which selects every interface.
+    if (name.size() >= IFNAMSIZ || name.find('\0') != name.npos) {
+        errno = ENODEV;
+        return false;
+    }
     return setsockopt(descriptor.get(), SOL_SOCKET, SO_BINDTODEVICE, name.data(),
                       static_cast<socklen_t>(name.size())) == 0;
 }

@@ -59,7 +59,8 @@ TEST(Address, IsNotReadFromAnythingElse) {
     using namespace std::string_view_literals;
     for (const std::string_view text :
          {""sv, "localhost"sv, "127.1"sv, "127.0.0.1 "sv, "127.0.0.256"sv, "127.0.0.1%lo"sv, "[::1]"sv,
-          "::1:1812:"sv, ":::"sv, "::1%"sv, "fe80::1%no-such-interface"sv, "::1\0"sv, "127.0.0.1\0x"sv}) {
+          "::1:1812:"sv, ":::"sv, "::1%"sv, "fe80::1%no-such-interface"sv, "::1\0"sv, "127.0.0.1\0x"sv,
+          "fe80::1%lo\0x"sv, "fe80::1%2\0"sv}) {
         EXPECT_EQ(Address::parse(text, 1), std::nullopt) << text;
     }
 }

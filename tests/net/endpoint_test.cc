@@ -99,5 +99,13 @@ TEST(Endpoint, TakesSeveralColonsForAnIpv6Address) {
     EXPECT_EQ(error_of("::1]"), wanted);
 }
 
+// The port would become a part of the interface's name, and the host one that cannot be resolved.
+TEST(Endpoint, TakesNoPortForAScope) {
+    EXPECT_EQ(error_of("fe80::1%eth0:1812"),
+              "not an IPv6 address; a port follows one in brackets: [ADDRESS]:PORT");
+    EXPECT_EQ(error_of("[fe80::1%eth0:1812]"), "not an IPv6 address in brackets");
+    EXPECT_EQ(error_of("[fe80::1%eth0]:1812"), "no error");
+}
+
 }  // namespace
 }  // namespace quarn::net

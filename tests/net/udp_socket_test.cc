@@ -121,6 +121,14 @@ TEST(UdpSocket, TellsWhichStepOfOpeningFailed) {
               (OpenError{OpenStep::SelectInterface, ENODEV}));
 }
 
+// The kernel would take the first for the name of every interface, and the second for "lo".
+TEST(UdpSocket, DoesNotCutTheNameOfAnInterface) {
+    for (const std::string& name : {std::string("\0lo", 3), std::string("lo\0x", 4), std::string(16, 'x')}) {
+        EXPECT_EQ(error_of(loopback(1812), {.interface = name}),
+                  (OpenError{OpenStep::SelectInterface, ENODEV}));
+    }
+}
+
 TEST(UdpSocket, UsesTheInterface) {
     UdpPeer peer({test::answer(reversed)});
     auto socket = UdpSocket::open(loopback(peer.port()), {.interface = "lo"});

@@ -32,7 +32,8 @@ class Address {
                         std::uint32_t scope_id = 0);
 
     /// Reads a numeric address as `inet_pton` does, an IPv6 one with or without a scope: "127.0.0.1", "::1",
-    /// "fe80::1%eth0", "fe80::1%2". Nothing for any other text, and for an interface that this machine lacks.
+    /// "fe80::1%eth0", "fe80::1%2". Nothing for any other text, and for the name of an interface that this
+    /// machine lacks. A scope's number is not checked.
     static std::optional<Address> parse(std::string_view host, std::uint16_t port);
 
     /// The address that stands for any of this machine's: 0.0.0.0 or "::".
@@ -52,7 +53,6 @@ class Address {
     /// Address and port: "127.0.0.1:1812", "[fe80::1%eth0]:1812".
     std::string text() const;
 
-    /// Member by member.
     bool operator==(const Address&) const = default;
 
   private:
