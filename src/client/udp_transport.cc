@@ -1,5 +1,6 @@
 #include "quarn/client/udp_transport.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace quarn::client {
@@ -29,7 +30,8 @@ Event UdpTransport::receive(TimePoint deadline) {
     if (waiting_error_) {
         return *std::exchange(waiting_error_, std::nullopt);
     }
-    const auto ready = socket_.wait(deadline - std::chrono::steady_clock::now());
+    const TimePoint now = std::chrono::steady_clock::now();
+    const auto ready = socket_.wait(std::max(deadline, now) - now);
     if (!ready) {
         return TransportError{ErrorOrigin::Wait, ready.error().number};
     }

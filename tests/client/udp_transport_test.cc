@@ -74,6 +74,7 @@ TEST(UdpTransport, TellsThatNothingCame) {
     UdpPeer silent;
     UdpTransport transport = opened(loopback(silent.port()));
     EXPECT_EQ(transport.receive(TimePoint()), Event(TimedOut{}));
+    EXPECT_EQ(transport.receive(TimePoint::min()), Event(TimedOut{}));
     EXPECT_EQ(transport.receive(steady() + 1ms), Event(TimedOut{}));
 }
 
