@@ -35,6 +35,14 @@ std::optional<std::size_t> find_message_authenticator(byte_span raw) {
     return std::nullopt;
 }
 
+/// The Authenticator field of a packet of at least 20 bytes.
+Authenticator authenticator_in(byte_span packet) {
+    Authenticator authenticator{};
+    const byte_span field = packet.subspan(authenticator_offset, authenticator_size);
+    std::copy(field.begin(), field.end(), authenticator.begin());
+    return authenticator;
+}
+
 RadiusPacketValRes request_authenticator_required() {
     return {ValidationError::InvalidAuthenticator, "RadiusPacket: request authenticator required"};
 }
@@ -99,11 +107,9 @@ std::optional<RadiusPacketValRes> RadiusPacket::_check_message_authenticator(std
     }
     // A response is covered with the request's authenticator in its header, a Disconnect- or CoA-Request with
     // zero bytes there, anything else with its own (RFC 3579, section 3.2; RFC 5176, section 3.4).
-    Authenticator received_authenticator{};
-    std::copy_n(bytes.begin() + authenticator_offset, authenticator_size, received_authenticator.begin());
-    const Authenticator& covered = is_response_code(code)             ? *request_authenticator
-                                   : is_zero_authenticator_code(code) ? ZERO16
-                                                                      : received_authenticator;
+    const Authenticator covered = is_response_code(code)             ? *request_authenticator
+                                  : is_zero_authenticator_code(code) ? ZERO16
+                                                                     : authenticator_in(bytes);
     if (!message_authenticator_fits(bytes, *position + attribute_header_size, covered, secret)) {
         return message_authenticator_mismatch();
     }

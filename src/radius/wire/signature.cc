@@ -9,7 +9,7 @@ namespace quarn::subscriber::radius {
 namespace {
 
 /// Whether the received bytes are the digest computed for them. Sixteen zero bytes stand for a digest that
-/// could not be computed: they fit nothing.
+/// could not be computed: they match nothing, not even themselves.
 bool digest_fits(const Authenticator& computed, byte_span received) {
     return computed != ZERO16 && equal_in_constant_time(computed, received);
 }

@@ -14,7 +14,9 @@
 namespace quarn::subscriber::radius {
 
 /// Whether the Authenticator field of a reply is MD5 over the reply with the Request Authenticator in that
-/// field, followed by the secret (RFC 2865, section 3). False for fewer than 20 bytes.
+/// field, followed by the secret (RFC 2865, section 3). With `ZERO16` for the Request Authenticator, the same
+/// for an Accounting-, Disconnect- or CoA-Request (RFC 2866, section 3; RFC 5176, section 2.3). False for
+/// fewer than 20 bytes.
 bool response_authenticator_fits(byte_span reply, const Authenticator& request_authenticator,
                                  std::string_view secret);
 
