@@ -18,6 +18,7 @@
 #include "quarn/radius/wire_format.h"
 #include "quarn/utils/case_insensitive.h"
 #include "quarn/utils/nearest_name.h"
+#include "quarn/utils/secret.h"
 #include "quarn/utils/text.h"
 #include "wire/container_format.h"
 
@@ -151,7 +152,7 @@ bool pieces_read_as_given(const AttributeMetadata& record, const Framing& framin
     return are_joined || !(is_hidden(record.encrypt) || record.has_tag);
 }
 
-/// What keeps a value from being carried whole.
+/// Refuses a value that no packet carries whole.
 AddResult check_size(const RadiusDictionary& dictionary, const AttributeMetadata& record,
                      std::size_t value_size) {
     if (record.code == CodePath{message_authenticator_type}) {
@@ -178,7 +179,7 @@ AddResult check_size(const RadiusDictionary& dictionary, const AttributeMetadata
                        std::to_string(room - std::min(room, tlv_headers)));
 }
 
-/// What is wrong with bytes that the text encoding accepted.
+/// Refuses bytes that the text encoding accepted, but that would not arrive as they are.
 AddResult check_bytes(const RadiusDictionary& dictionary, const AttributeMetadata& record,
                       std::string_view value, const Bytes& bytes) {
     const std::size_t wanted = required_size(record.value_type);
@@ -259,6 +260,8 @@ AddResult RadiusPacket::try_add(std::string_view name, std::string_view value) {
         RadiusAttribute attribute(*record, record->code, std::string());
         attribute.values.emplace_back(*record, std::move(bytes), tag);
         add_attribute(std::move(attribute));
+    } else if (is_hidden(record->encrypt)) {
+        utils::wipe(bytes);
     }
     return result;
 }

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "quarn/utils/ascii.h"
+#include "quarn/utils/secret.h"
 #include "quarn/utils/text.h"
 
 namespace quarn::subscriber::radius {
@@ -161,12 +162,17 @@ TextValue encode_ipv6_prefix(std::string_view text) {
     return prefix ? TextValue(prefix_bytes(*prefix, (prefix->length + 7U) / 8U)) : AddProblem::BadIpv6Prefix;
 }
 
-/// Decodes digits of which the first may be missing its leading zero.
-Bytes decode_digits(std::string digits) {
-    if (digits.size() % 2 != 0) {
-        digits.insert(digits.begin(), '0');
-    }
-    return utils::to_bytes(utils::hex_to_bytes(digits));
+/// Decodes digits of which the first may be missing its leading zero. Wipes its copies: the digits may be a
+/// password's.
+Bytes decode_digits(std::string_view digits) {
+    std::string pairs;
+    pairs.reserve(digits.size() + 1);
+    pairs.append(digits.size() % 2, '0').append(digits);
+    std::string decoded = utils::hex_to_bytes(pairs);
+    Bytes bytes = utils::to_bytes(decoded);
+    utils::wipe(pairs);
+    utils::wipe(decoded);
+    return bytes;
 }
 
 TextValue encode_hex_groups(std::string_view text) {
@@ -178,11 +184,11 @@ TextValue encode_hex_groups(std::string_view text) {
             return AddProblem::BadHex;
         }
     }
-    return decode_digits(std::move(digits));
+    return decode_digits(digits);
 }
 
 Bytes encode_octets(std::string_view text) {
-    return utils::is_hex_literal(text) ? decode_digits(std::string(text.substr(2))) : utils::to_bytes(text);
+    return utils::is_hex_literal(text) ? decode_digits(text.substr(2)) : utils::to_bytes(text);
 }
 
 /// The problems that raise an exception, and how its text begins.

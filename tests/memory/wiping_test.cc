@@ -18,7 +18,10 @@
 #include "crypto/digest.h"
 #include "quarn/radius/auth.h"
 #include "quarn/radius/hiding.h"
+#include "quarn/radius/packet.h"
 #include "quarn/utils/secret.h"
+#include "quarn/utils/text.h"
+#include "testing/codec_dictionary.h"
 #include "testing/dictionaries.h"
 #include "testing/packets.h"
 #include "testing/watched_memory.h"
@@ -178,6 +181,35 @@ TEST(Wiping, LeavesNoPasswordInHiddenOrRevealedValues) {
         }
     };
     EXPECT_EQ(findings_after(long_marker, hide_and_reveal), 0U);
+}
+
+TEST(Wiping, LeavesNoPasswordThatIsGivenInHexadecimal) {
+    const std::string digits = utils::bytes_to_hex(utils::as_bytes(long_marker).data(), long_marker.size());
+    const std::string value = "0x" + digits;
+    const auto dictionary = codec_dictionary();
+    const auto set_password = [&] {
+        radius::RadiusPacket packet(dictionary);
+        packet.set_attribute("Hidden-Octets", value);
+        // What the packet holds is the caller's.
+        Bytes& data = packet.attribute_map.at("Hidden-Octets").values.front().data;
+        EXPECT_EQ(utils::as_text(data), long_marker);
+        utils::wipe(data);
+    };
+    EXPECT_EQ(findings_after(long_marker, set_password), 0U);
+    EXPECT_EQ(findings_after(digits, set_password), 0U);
+}
+
+TEST(Wiping, LeavesNoPasswordThatIsRefused) {
+    std::string value;
+    while (value.size() < 256) {
+        value += long_marker;
+    }
+    const auto dictionary = shipped_dictionary();
+    const auto refuse_password = [&] {
+        radius::RadiusPacket packet(dictionary);
+        EXPECT_EQ(packet.try_add("User-Password", value).problem, radius::AddProblem::ValueTooLong);
+    };
+    EXPECT_EQ(findings_after(long_marker, refuse_password), 0U);
 }
 
 TEST(Wiping, LeavesNoPasswordInCredentials) {
