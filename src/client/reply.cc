@@ -22,7 +22,7 @@ constexpr std::uint8_t eap_message_type = 79;            // RFC 3579, section 3.
 constexpr std::uint8_t message_authenticator_type = 80;  // RFC 3579, section 3.2
 constexpr std::size_t message_authenticator_size = 16;   // bytes of the value
 
-/// What the top-level attributes say of signatures.
+/// The top-level attributes that concern signatures.
 struct SignatureAttributes {
     bool has_eap_message = false;
     std::size_t message_authenticators = 0;  ///< how many there are

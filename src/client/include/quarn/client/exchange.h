@@ -37,18 +37,22 @@ enum class Mismatch {
 using Judge = std::function<std::optional<Mismatch>(const ReceivedPacket& packet)>;
 
 /// The judge that looks at the header alone: a packet is `Malformed` when it has fewer than 20 bytes, and of
-/// `WrongIdentifier` when that is not the request's. It leaves Length and signatures to whoever decodes.
+/// `WrongIdentifier` when that is not the request's. `decode_reply` checks Length and signatures afterwards.
+///
+/// Caution: this judge does not look at the sender. On a socket that is not connected, anybody's packet with
+/// the right Identifier ends the exchange; give a judge there that compares `packet.source` with the server's
+/// address.
 Judge judge_by_identifier(const EncodedRequest& request);
 
-/// What to do about a packet that is not the reply, and about errors.
+/// How an exchange treats a packet that is not the reply, and an error. An error of sending always ends the
+/// exchange. `EndAfterGrace` and `WaitFullTime` wait on after an error that says nothing of the server:
+/// EINTR, EAGAIN, and EMSGSIZE reported by the network.
 enum class Policy {
-    /// The try has failed, and the next one is made at once. Errors of any kind, but for sending, do the
-    /// same.
+    /// The try has failed, and the next one is made at once. An error fails the try in the same way.
     NextTry,
 
     /// The first such packet ends the exchange after a short grace, in which the reply may still come. An
-    /// error
-    /// ends it at once.
+    /// error ends the exchange at once.
     EndAfterGrace,
 
     /// Such packets are discarded silently until the time is up, as RFC 2865, section 3 wants of a NAS. An
@@ -69,7 +73,6 @@ struct UnacceptablePacket {
     ReceivedPacket packet;  ///< as it arrived
     Mismatch mismatch;      ///< what the judge said of it
 
-    /// Member by member.
     bool operator==(const UnacceptablePacket&) const = default;
 };
 
@@ -78,27 +81,24 @@ struct Answered {
     ReceivedPacket packet;  ///< the reply, which nobody but the judge has looked at
     Duration round_trip;    ///< since the request was last sent; too short for a late reply to an earlier try
 
-    /// Member by member.
     bool operator==(const Answered&) const = default;
 };
 
 /// All tries are used up, and nothing came that could be shown.
 struct Unanswered {
-    /// Member by member.
     bool operator==(const Unanswered&) const = default;
 };
 
-/// How the exchange ended. Instead of `Unanswered`, the most telling of the packets that were not the reply,
-/// the first of several. A `TransportError` is one that ended the exchange; those that only failed a try are
-/// not kept.
+/// How the exchange ended. When packets came and none was the reply, the outcome is the most telling of them
+/// (the first of several), not `Unanswered`. A `TransportError` is the one that ended the exchange; errors
+/// that only failed a try are not kept.
 using Outcome = std::variant<Unanswered, Answered, UnacceptablePacket, TransportError, Closed>;
 
 /// The end of an exchange.
 struct ExchangeResult {
-    Outcome outcome;  ///< what came of it
+    Outcome outcome;  ///< the reply, or why there is none
     int sends = 0;    ///< how often the request was given to the transport
 
-    /// Member by member.
     bool operator==(const ExchangeResult&) const = default;
 };
 
@@ -111,7 +111,6 @@ struct SendRequest {
 struct WaitUntil {
     TimePoint time;  ///< `TimePoint::max` stands for ever
 
-    /// Member by member.
     bool operator==(const WaitUntil&) const = default;
 };
 
@@ -120,7 +119,6 @@ struct TryFailed {
     int number;                                                         ///< of the try, from 1 on
     std::variant<TimedOut, UnacceptablePacket, TransportError> reason;  ///< what ended the try
 
-    /// Member by member.
     bool operator==(const TryFailed&) const = default;
 };
 
@@ -129,7 +127,7 @@ struct Done {
     ExchangeResult result;  ///< how it ended
 };
 
-/// What the owner has to do.
+/// The owner's next step.
 using Action = std::variant<SendRequest, WaitUntil, TryFailed, Done>;
 
 /// One request and the wait for its reply.
@@ -138,12 +136,12 @@ class Exchange {
     /// Copies the request. Without a judge, `judge_by_identifier` judges.
     explicit Exchange(const EncodedRequest& request, const ExchangeOptions& options = {}, Judge judge = {});
 
-    /// What to do at this time. Asked again before it was done, a wait comes again, but sending does not.
-    /// Ends after at most `tries` times to send when time goes on and every wait ends.
+    /// The next step at this time. A wait is repeated until it is over; each sending is given once. `Done`
+    /// comes after at most `tries` sendings, provided that time goes on and every wait ends.
     Action next(TimePoint now);
 
-    /// Takes what happened. `TimedOut` only makes the owner ask `next`. Events that come before the request
-    /// was sent, between two tries or after the end are ignored.
+    /// Takes an event. `TimedOut` changes nothing: `next` looks at the time. Events that come before the
+    /// request was sent, between two tries or after the end are ignored.
     void handle(Event event, TimePoint now);
 
   private:

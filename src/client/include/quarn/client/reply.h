@@ -1,4 +1,4 @@
-// What came back, decoded and checked in one step.
+// A reply, decoded and checked in one step.
 //
 //     const DecodedReply reply = decode_reply(received, request, secret, dictionary);
 //     if (const RadiusPacket* packet = reply.verified()) {
@@ -49,11 +49,10 @@ struct ReplyChecks {
     Check response_authenticator = Check::NotMade;  ///< which every reply has
     Check message_authenticator = Check::NotMade;   ///< also when the reply has none
 
-    /// Member by member.
     bool operator==(const ReplyChecks&) const = default;
 };
 
-/// What to do about hidden values (RFC 2865, section 5.2; RFC 2868, section 3.5) of a verified reply.
+/// Whether the hidden values (RFC 2865, section 5.2; RFC 2868, section 3.5) of a verified reply are revealed.
 enum class Reveal { HiddenValues, Nothing };
 
 /// How a reply is decoded.
@@ -90,15 +89,15 @@ class DecodedReply {
     /// The decoder's text for a malformed reply, such as "pkt_load: invalid packet length"; else empty.
     const std::string& decoder_error() const { return decoder_error_; }
 
-    /// What was wrong with single attributes, which the decoder dropped.
+    /// The attributes that the decoder dropped, and why.
     const std::vector<subscriber::radius::ParseIssue>& issues() const { return issues_; }
 
     /// The checks that the secret enters.
     const ReplyChecks& checks() const { return checks_; }
 
-    /// What `RadiusPacket::validate` says of the packet; nothing when it is malformed. It is more lenient
-    /// than `status`: it knows no request but its Authenticator, and finds Message-Authenticator by the
-    /// dictionary's name.
+    /// The result of `RadiusPacket::validate`; nothing when the packet is malformed. Caution: `validate` is
+    /// more lenient than `status`. It passes any reply when the secret is empty, compares no Identifier, and
+    /// finds Message-Authenticator by the dictionary's name.
     const std::optional<subscriber::radius::RadiusPacketValRes>& validation() const { return validation_; }
 
   private:

@@ -20,8 +20,9 @@ namespace quarn::client {
 /// The smallest packet is a header alone: this many bytes (RFC 2865, section 3).
 inline constexpr std::size_t min_packet_size = 20;
 
-/// The bytes of a request, and what its reply depends on. A plain value. The datagram holds passwords in the
-/// hidden form in which everybody on the way may see them.
+/// The bytes of a request, and the fields on which its reply depends. A plain value; one that was moved from
+/// may only be assigned to or destroyed. The datagram holds passwords in the hidden form in which everybody
+/// on the way may see them.
 class EncodedRequest {
   public:
     /// Takes over a datagram, and what the encoder had to say of it. Only the header is looked at, but not
@@ -35,10 +36,9 @@ class EncodedRequest {
     /// The Request Authenticator as it is sent: the one that the encoder was given, chose or computed.
     const subscriber::radius::Authenticator& authenticator() const { return authenticator_; }
 
-    /// What the encoder reported: values that had to be truncated.
+    /// The encoder's report: values that had to be truncated.
     const std::vector<subscriber::radius::ParseIssue>& issues() const { return issues_; }
 
-    /// Member by member.
     bool operator==(const EncodedRequest&) const = default;
 
   private:

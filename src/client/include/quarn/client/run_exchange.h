@@ -16,7 +16,8 @@ namespace quarn::client {
 using TryObserver = std::function<void(const TryFailed& failure)>;
 
 /// Does what the exchange asks for until it is done. Returns its result. Returns sooner or later when the
-/// clock goes on and the transport keeps to the deadlines. Throws only what the observer and the judge throw.
+/// clock goes on and the transport keeps to the deadlines. Throws only what the observer, the judge, the
+/// clock and the transport throw.
 ExchangeResult run_exchange(Exchange& exchange, Transport& transport, const Clock& clock,
                             const TryObserver& on_failed_try = {});
 

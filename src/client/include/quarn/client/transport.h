@@ -33,19 +33,16 @@ struct ReceivedPacket {
     utils::Bytes bytes;   ///< all of it
     net::Address source;  ///< the sender's
 
-    /// Member by member.
     bool operator==(const ReceivedPacket&) const = default;
 };
 
 /// No packet came before the deadline.
 struct TimedOut {
-    /// Member by member.
     bool operator==(const TimedOut&) const = default;
 };
 
 /// The other side, or a failure, has ended the connection: no packet will come any more.
 struct Closed {
-    /// Member by member.
     bool operator==(const Closed&) const = default;
 };
 
@@ -57,13 +54,12 @@ enum class ErrorOrigin {
     Network   ///< the network reported a packet as undeliverable (ICMP)
 };
 
-/// What the network said of an undeliverable packet.
+/// The network's report of an undeliverable packet.
 struct IcmpReport {
     std::uint8_t type = 0;                      ///< of the ICMP or ICMPv6 message
     std::uint8_t code = 0;                      ///< the same
     std::optional<net::Address> reporter = {};  ///< who sent the message, with port 0
 
-    /// Member by member.
     bool operator==(const IcmpReport&) const = default;
 };
 
@@ -73,11 +69,10 @@ struct TransportError {
     int number;                           ///< the errno value
     std::optional<IcmpReport> icmp = {};  ///< for `ErrorOrigin::Network`
 
-    /// Member by member.
     bool operator==(const TransportError&) const = default;
 };
 
-/// What came of waiting.
+/// The result of waiting.
 using Event = std::variant<TimedOut, ReceivedPacket, TransportError, Closed>;
 
 /// Carries packets to one server and back.

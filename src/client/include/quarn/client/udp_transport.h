@@ -1,6 +1,6 @@
 // RADIUS over UDP (RFC 2865, section 3): one packet a datagram.
 //
-//     auto opened = UdpTransport::open(server, {.connected = false, .error_queue = true});
+//     auto opened = UdpTransport::open(server, {.error_queue = true});
 //     if (!opened) {
 //         return report(opened.error());
 //     }

@@ -61,7 +61,7 @@ class BufferWriter {
     /// The number of bytes written so far, which is where the next one goes.
     std::size_t size() const { return bytes_.size(); }
 
-    /// What was written so far; valid until the next append.
+    /// The bytes written so far; valid until the next append.
     std::span<const std::uint8_t> bytes() const { return bytes_; }
 
     /// The finished byte string; the writer is left empty.

@@ -22,7 +22,6 @@ struct Endpoint {
     std::string host;                        ///< a name, or a numeric address without brackets; never empty
     std::optional<std::uint16_t> port = {};  ///< 1 to 65535, in host order
 
-    /// Member by member.
     bool operator==(const Endpoint&) const = default;
 };
 
@@ -30,7 +29,6 @@ struct Endpoint {
 struct EndpointError {
     std::string message;  ///< one of the texts that `parse_endpoint` lists, without the text typed
 
-    /// Member by member.
     bool operator==(const EndpointError&) const = default;
 };
 

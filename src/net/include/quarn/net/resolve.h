@@ -17,7 +17,7 @@
 
 namespace quarn::net {
 
-/// What kind of socket an address is for.
+/// The kind of socket that an address is for.
 enum class SocketType { Datagram, Stream };
 
 /// Which addresses are wanted.
@@ -34,7 +34,6 @@ struct ResolveError {
     /// The text of `gai_strerror` for the code.
     std::string text() const;
 
-    /// Member by member.
     bool operator==(const ResolveError&) const = default;
 };
 

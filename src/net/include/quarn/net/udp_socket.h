@@ -34,7 +34,7 @@ struct UdpOptions {
     std::string interface = {};          ///< the name of the only network interface to use; empty: any
 
     /// A connected socket hears the remote address alone, and learns of a refused port by ECONNREFUSED. One
-    /// that is not connected hears everybody, so that a reply from a wrong address can be told.
+    /// that is not connected hears everybody: its owner has to compare each sender with the remote address.
     bool connected = true;
 
     /// Keeps what the network reports of sent datagrams (ICMP) for `take_network_error`. Without it, a socket
@@ -58,7 +58,6 @@ struct OpenError {
     OpenStep step;  ///< the first that failed
     int number;     ///< the errno value
 
-    /// Member by member.
     bool operator==(const OpenError&) const = default;
 };
 
@@ -66,7 +65,6 @@ struct OpenError {
 struct SystemError {
     int number;  ///< such as EAGAIN
 
-    /// Member by member.
     bool operator==(const SystemError&) const = default;
 };
 
@@ -75,18 +73,16 @@ struct Datagram {
     utils::Bytes bytes;  ///< as much of it as was asked for
     Address source;      ///< the sender's
 
-    /// Member by member.
     bool operator==(const Datagram&) const = default;
 };
 
-/// What the network reported of a datagram that was sent before.
+/// The network's report of a datagram that was sent before.
 struct NetworkError {
     int number = 0;         ///< the errno value, such as ECONNREFUSED
     std::uint8_t type = 0;  ///< of the ICMP or ICMPv6 message; 0 when this machine itself reports
     std::uint8_t code = 0;  ///< the same
     std::optional<Address> reporter = {};  ///< who sent the message, with port 0
 
-    /// Member by member.
     bool operator==(const NetworkError&) const = default;
 };
 

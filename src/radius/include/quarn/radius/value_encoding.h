@@ -27,9 +27,10 @@ std::uint64_t largest_number(ValueType type);
 ///     integer, signed, integer64, short, byte
 ///                            the name of one of the attribute's enumerated values, or a decimal number of
 ///                            the type's range; big-endian in the type's width
-///     time                   such a name or number, or an ISO 8601 date and time with "T", UTC unless an
-///     offset follows ipv4addr, ipv6addr, combo-ip
-///                            as `inet_pton` reads it
+///     time                   such a name or number, or an ISO 8601 date and time with "T";
+///                            UTC unless an offset follows
+///     ipv4addr, ipv6addr, combo-ip
+///                            as `inet_pton` reads the address
 ///     ipv4prefix, ipv6prefix address "/" length; RFC 8044, sections 3.10 and 3.11
 ///     ether, ifid            hexadecimal digits, with ":", "-" and white space skipped
 ///
