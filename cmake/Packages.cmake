@@ -1,6 +1,6 @@
-# The Debian packages `authprobe`, `libquarn-radius-dev` and `libquarn-radius-client-dev`, one for each component of the installation, made by
-# CPack from a build that is laid out for them; scripts/package does it all. Programs, headers and library go to
-# /usr, where every tool finds them; the dictionaries stay in the folder that the programs know.
+# The Debian packages `authprobe`, `libquarn-radius-dev` and `libquarn-radius-client-dev`, one for each component of the
+# installation, made by CPack from a build that is laid out for them; scripts/package does it all. Programs, headers and
+# libraries go to /usr, where every tool finds them; the dictionaries stay in the folder that the programs know.
 option(QUARN_DEBIAN_PACKAGES "Lay the installation out for Debian packages" OFF)
 if(NOT QUARN_DEBIAN_PACKAGES)
     return()

@@ -80,7 +80,8 @@ void des_encrypt(std::span<std::uint8_t, des_block_size> result,
     EVP_EncryptUpdate(context.get(), result.data(), &length, block.data(), static_cast<int>(block.size()));
 }
 
-/// What proves knowledge of the password. Its NT hash would serve an attacker as well as itself.
+/// The proof that the password is known. The NT hash is wiped: an attacker can use it in place of the
+/// password.
 ChallengeResponse nt_response(const MsChapChallenge& challenge, std::string_view password) {
     NtPasswordHash hash = nt_password_hash(password);
     const utils::WipedAtEnd wipe_hash(hash);

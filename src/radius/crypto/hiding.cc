@@ -30,7 +30,7 @@ void apply_key_stream(Direction direction, std::span<std::uint8_t> blocks, std::
                       byte_span first_previous) {
     std::array<std::uint8_t, block_size> ciphertext{};
     for (byte_span previous = first_previous; !blocks.empty(); blocks = blocks.subspan(block_size)) {
-        // Whoever finds the key and has seen the ciphertext has the password.
+        // The key and the ciphertext together give the password away.
         Authenticator key = md5_spans({utils::as_bytes(secret), previous});
         const utils::WipedAtEnd wipe_key(key);
         // Hiding chains on what it has just written, revealing on what it is about to overwrite.
@@ -43,7 +43,7 @@ void apply_key_stream(Direction direction, std::span<std::uint8_t> blocks, std::
     }
 }
 
-/// What the first Tunnel-Password block chains on: the authenticator followed by the salt.
+/// The first Tunnel-Password block chains on this: the authenticator followed by the salt.
 std::array<std::uint8_t, block_size + salt_size> salted(const Authenticator& authenticator, byte_span salt) {
     std::array<std::uint8_t, block_size + salt_size> previous{};
     std::copy(authenticator.begin(), authenticator.end(), previous.begin());

@@ -170,7 +170,7 @@ CodePath parse_code_path(std::string_view text) {
     return path;
 }
 
-/// What a definition has under the keys that count; of two of one name the first.
+/// The known keys of a definition. If a key is repeated, the first wins.
 template <typename Node>
 struct Definition {  // NOLINT(bugprone-exception-escape): no node is assigned that could throw
     std::optional<Node> code;
@@ -367,7 +367,7 @@ void load_blocks(DictionaryTables& tables, const std::string& file, const Node& 
 
 }  // namespace
 
-/// What lasts as long as one load.
+/// The state of one load.
 struct RadiusDictionary::LoadState {
     CanonicalFolders folders;
     std::unordered_set<std::string> visited_files;  // canonical paths; the sources view them

@@ -1,4 +1,4 @@
-// What a dictionary holds, and how it is found. Internal to the library.
+// The content of a dictionary, and how it is found. Internal to the library.
 #pragma once
 
 #include <array>
@@ -83,7 +83,7 @@ struct __attribute__((visibility("hidden"))) DictionaryTables {
     static const DictionaryTables& empty();
     const AttributeMetadata& attribute_by_wide_type(std::uint32_t type) const;
 
-    // What the indexes ask about the positions of records and values.
+    // The indexes compare keys with the records and values at their positions by these.
     bool has_name(std::uint32_t position, std::string_view name) const;
     bool has_code(std::uint32_t position, const CodePath& code) const;
     template <typename Key>

@@ -42,7 +42,7 @@ bool is_plain_text(std::string_view text) {
     return is_other == 0;
 }
 
-/// What the loader expects as a value.
+/// The kinds of value that the loader expects.
 enum class Expected { File, Anything, Scalar, Bool, Vendor, Attributes, Definition, Values, Nothing };
 
 bool is_map_kind(Expected expected) {
@@ -50,7 +50,7 @@ bool is_map_kind(Expected expected) {
            expected == Expected::Definition || expected == Expected::Values;
 }
 
-/// What the loader expects under a key of the file's top level.
+/// The kind of value that the loader expects under a key of the file's top level.
 Expected expected_in_file(std::string_view key) {
     if (key == "vendor") {
         return Expected::Vendor;
@@ -153,8 +153,8 @@ class JsonDocument::Builder {
         }
     }
 
-    /// Whether a key's colon, and the vendor's map, stand on the line of the key: yaml-cpp wants the one
-    /// there, and the other would have a line of its own to report.
+    /// True if ':' (and, for `vendor`, '{') is on the key's line. yaml-cpp requires the first; our line
+    /// numbers rely on the second.
     bool is_followed_on_its_line(std::string_view key) const {
         const char* rest = key.data() + key.size() + 1;  // behind the closing quote
         while (*rest == ' ') {

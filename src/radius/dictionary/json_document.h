@@ -16,7 +16,7 @@ namespace quarn::subscriber::radius {
 
 class JsonNode;
 
-/// A parsed file, and after it the next: the memory serves many. Its nodes view it, until it reads again.
+/// A parsed file. Reuse one object for many files to save allocations; reading again invalidates its nodes.
 class JsonDocument {
   public:
     /// Reads the file when it is plain: an object with nothing but objects, strings, decimal numbers, true

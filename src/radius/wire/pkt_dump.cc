@@ -23,7 +23,7 @@ using Issues = std::vector<ParseIssue>;
 /// Room for a packet that needs no second allocation.
 constexpr std::size_t ordinary_packet_size = 256;
 
-/// What the Authenticator field holds while the attributes are written. Hidden values are hidden with it.
+/// The Authenticator field while the attributes are written. Values are hidden with it.
 Authenticator initial_authenticator(const RadiusPacket& packet, std::string_view secret) {
     if (secret.empty()) {
         return packet.authenticator;

@@ -57,7 +57,7 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
     }
 
   private:
-    /// What a problem is reported to be inside of.
+    /// The attribute or vendor inside of which a problem is reported.
     struct Place {
         bool is_vendor;        ///< of a Vendor-Specific attribute
         std::uint32_t number;  ///< the vendor's, or the top-level type
@@ -131,7 +131,7 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
         const VendorInfo& vendor = vendor_format(packet_.dictionary.get(), vendor_id);
         const Place place{true, vendor_id};
 
-        // What is too short to hold another sub-attribute's header is passed over without a word.
+        // Fewer bytes than a sub-attribute's header are passed over without an issue.
         const std::size_t sub_header_size = vendor.type_size + vendor.length_size;
         while (reader.remaining() >= sub_header_size) {
             const std::uint32_t vendor_type = reader.read_uint(vendor.type_size);

@@ -26,8 +26,8 @@ namespace {
 using namespace quarn::authprobe;
 using quarn::subscriber::radius::RadiusDictionary;
 
-/// Started with a standard stream closed, the process would get its number for the socket, and what is meant
-/// for the user would go to the server.
+/// Opens /dev/null on closed descriptors 0 to 2; otherwise the socket could become stdout and user output
+/// would go to the server.
 void hold_standard_streams() {
     for (int descriptor = 0; descriptor >= 0 && descriptor <= STDERR_FILENO;) {
         descriptor = open("/dev/null", O_RDWR);

@@ -8,7 +8,7 @@
 
 namespace quarn::authprobe {
 
-/// What the command line asks for. An empty text means that the option was not given; the password may be
+/// The options and operands. An empty text means that the option was not given; the password may be
 /// given empty.
 struct ClientSettings {
     std::string username;

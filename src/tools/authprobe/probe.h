@@ -1,4 +1,4 @@
-// What a run does, once the options have been checked.
+// A run, described by checked options.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// What every command of `quarn-radius` is made of.
+// The parts that every command of `quarn-radius` is made of.
 //
 //     struct FindOptions { std::string name; };
 //

@@ -26,7 +26,7 @@ namespace {
 
 namespace radius = subscriber::radius;
 
-/// What a hiding method does, in brackets.
+/// The effect of a hiding method, in brackets.
 std::string hiding_text(std::uint32_t encrypt) {
     switch (encrypt) {
         case radius::hidden_as_user_password:
@@ -228,7 +228,7 @@ Findings DictionaryCatalogue::find(const std::string& query) const {
     if (const auto number = utils::parse_decimal<std::uint32_t>(query); vendor == nullptr && number) {
         vendor = dictionary_.vendor_by_id(*number);
     }
-    // A number alone is an attribute's first of all, so that the vendors of small numbers need this way.
+    // A bare number means an attribute first; "26.9" selects vendor 9 unambiguously.
     if (vendor == nullptr && code && code->size() == 2 && code->front() == radius::VSA_TYPE) {
         vendor = dictionary_.vendor_by_id(code->back());
     }

@@ -19,7 +19,7 @@ struct AttributeRecord {
     Place place;
 };
 
-/// What a query found.
+/// The result of a query.
 struct Findings {
     enum class Kind {
         One,   ///< an attribute was named: it is shown in full
@@ -51,10 +51,10 @@ class DictionaryCatalogue {
     std::vector<AttributeRecord> records_;
 };
 
-/// What was found as text for a terminal, line feeds included.
+/// The result as text for a terminal, line feeds included.
 std::string findings_text(const Findings& findings);
 
-/// What was found as JSON lines, an attribute a line.
+/// The result as JSON lines, an attribute a line.
 std::string findings_json(const Findings& findings);
 
 }  // namespace quarn::quarn_radius

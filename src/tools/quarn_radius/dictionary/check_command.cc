@@ -20,7 +20,7 @@ authprobe loads a dictionary in silence: it stops at the first fatal problem
 and passes over every other. This command lists them all, one a line:
 
   file:line: error: ...     the loading stops here, or this entry is lost
-  file:line: warning: ...   this loads, but hardly means what its author meant
+  file:line: warning: ...   loads, but is probably a mistake
 
 It finds files that cannot be read, include cycles, unknown keys and types,
 fields that cannot be read, code paths that are invalid or do not fit into a

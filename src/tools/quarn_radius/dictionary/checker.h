@@ -9,7 +9,7 @@
 
 namespace quarn::quarn_radius {
 
-/// What a dictionary defines.
+/// How many definitions a dictionary has.
 struct DictionaryCounts {
     std::size_t files = 0;
     std::size_t vendors = 0;     ///< numbers

@@ -8,8 +8,8 @@
 
 namespace quarn::quarn_radius {
 
-/// What keeps the code path from being written into a packet: an element that is too large for its field, or
-/// too few of them. Empty when nothing does. `vendor_type_size` is the width in bytes, 1 to 4, of the
+/// Why the code path cannot be written into a packet: an element is too large for its field, or there are too
+/// few elements. Empty when it can be written. `vendor_type_size` is the width in bytes, 1 to 4, of the
 /// vendor's type field; it matters for paths that begin with 26 only.
 std::string code_path_problem(const subscriber::radius::CodePath& code, std::size_t vendor_type_size);
 

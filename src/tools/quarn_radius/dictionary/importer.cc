@@ -32,7 +32,7 @@ using radius::ValueType;
 /// A YAML reader need not take a key of more than 1024 characters, and yaml-cpp does not.
 constexpr std::size_t max_key_size = 1000;
 
-/// What keeps a name from being a key of the files that are written, if anything.
+/// Why a name cannot be a key of the written files; nothing when it can.
 std::optional<std::string> fault_of_key(std::string_view name) {
     if (!utils::is_well_formed_utf8(name)) {
         return "not valid UTF-8";
@@ -396,7 +396,7 @@ std::string file_stem(const std::string& vendor_name) {
     return stem;
 }
 
-/// What a file in a folder below calls what `schema` names.
+/// The name of `schema` as seen from a file in a folder below.
 std::string from_subfolder(const std::string& schema) {
     const bool relative = schema.find("://") == std::string::npos && !schema.starts_with('/');
     return relative ? "../" + schema : schema;

@@ -1,4 +1,4 @@
-// What is wrong, and where: the one form in which every command of `quarn-radius` reports.
+// A problem and its place: the one form in which every command of `quarn-radius` reports.
 #pragma once
 
 #include <cstddef>

@@ -26,7 +26,7 @@ struct AttributeEntry {
     bool operator==(const AttributeEntry&) const = default;
 };
 
-/// What one dictionary file holds.
+/// The content of one dictionary file.
 struct DictionaryContent {
     std::optional<subscriber::radius::VendorInfo> vendor;
     std::vector<AttributeEntry> attributes;

@@ -1,4 +1,4 @@
-// What became of adding an attribute from text.
+// The outcome of adding an attribute from text.
 //
 //     if (const AddResult added = request.try_add("NAS-Port", "70x"); !added) {
 //         std::cerr << added.message << '\n';  // NAS-Port: "70x" is not a number from 0 to 4294967295
@@ -15,7 +15,7 @@ enum class AddProblem : std::uint8_t {
     None,              ///< it was added
     UnknownAttribute,  ///< the dictionary has no attribute of this name
     NoCode,            ///< the dictionary gives the attribute no code, so that no packet can carry it
-    BadTag,            ///< what follows the ":" is no number from 0 to 31 (RFC 2868, section 3)
+    BadTag,            ///< no number from 0 to 31 follows the ":" (RFC 2868, section 3)
     TakesNoTag,        ///< a tag was given, and values of the attribute have none
     NotUtf8,           ///< a text that is not well-formed UTF-8
     UnknownValueName,  ///< neither a number nor the name of one of the attribute's enumerated values

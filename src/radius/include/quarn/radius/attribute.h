@@ -16,7 +16,7 @@ namespace quarn::subscriber::radius {
 /// path, such as "attr-26.9.77".
 std::string attribute_key(const CodePath& code_path, std::string_view name);
 
-/// What an attribute is, and all the values that a packet has of it.
+/// The identity of an attribute, and all the values that a packet has of it.
 struct RadiusAttribute {
     /// `record` is a dictionary's record or the unknown one; it must outlive the attribute. The given name
     /// counts only for an attribute that no dictionary defines.

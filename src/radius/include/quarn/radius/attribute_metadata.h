@@ -1,4 +1,4 @@
-// What the dictionary knows about one attribute.
+// One attribute's definition in the dictionary.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +33,6 @@ struct AttributeMetadata {
     /// Fills `name_lower`, `kind`, `value_type`, `fixed_size` and `is_signed` from `name` and `type`.
     void derive_fields();
 
-    /// Member by member.
     bool operator==(const AttributeMetadata&) const = default;
 };
 

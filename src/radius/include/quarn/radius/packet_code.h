@@ -34,7 +34,7 @@ enum PacketCode : std::uint8_t {
     COA_NAK = 45,
 };
 
-/// What a code implies for a packet's Authenticator.
+/// The kinds of code, by the packet's Authenticator.
 enum class PacketKind : std::uint8_t {
     RandomAuthenticatorRequest,  ///< a request whose Authenticator is random (RFC 2865, section 3; RFC 5997)
     ZeroAuthenticatorRequest,    ///< a request whose Authenticator is a digest computed with sixteen zero

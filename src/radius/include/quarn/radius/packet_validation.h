@@ -17,7 +17,7 @@ enum class ValidationError : std::uint32_t {
     UnsupportedPacketType = 6,
 };
 
-/// What `RadiusPacket::validate` found first.
+/// The first problem that `RadiusPacket::validate` found.
 struct RadiusPacketValRes {
     RadiusPacketValRes() = default;
     /// The finding and its text.
@@ -26,7 +26,6 @@ struct RadiusPacketValRes {
     ValidationError error = ValidationError::None;  ///< the first problem found
     std::string message;  ///< begins with "RadiusPacket: "; empty when the packet passed
 
-    /// Member by member.
     bool operator==(const RadiusPacketValRes&) const = default;
 };
 

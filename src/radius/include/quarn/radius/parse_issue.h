@@ -11,7 +11,6 @@ struct ParseIssue {
     std::string context;  ///< which attribute, top-level type or vendor it concerns
     std::string detail;   ///< a further qualifier, often empty
 
-    /// Member by member.
     bool operator==(const ParseIssue&) const = default;
 };
 

@@ -28,11 +28,10 @@ namespace quarn::subscriber::radius {
 /// without continuation and in a short extended one; these formats know no other way.
 ///
 /// Any other value that its attribute cannot carry whole is truncated, and the issue "value truncated on the
-/// wire" with the attribute's name appended to `issues`, which is not cleared first. A nested TLV's length,
-/// one byte, is not looked after: of a value of more than 253 bytes it keeps the low 8 bits, and the reader
-/// finds other TLVs. Nor is a packet longer than 65535 bytes refused; its Length field keeps the low 16 bits.
-/// Throws `std::runtime_error` when
-/// random bytes are needed and there are none.
+/// wire" with the attribute's name appended to `issues`, which is not cleared first. Caution: a TLV value
+/// over 253 bytes is not detected; its length byte wraps and the result is malformed. Nor is a packet longer
+/// than 65535 bytes refused; its Length field keeps the low 16 bits. Throws `std::runtime_error` when random
+/// bytes are needed and there are none.
 Bytes pkt_dump(const RadiusPacket& packet, std::string_view secret, std::vector<ParseIssue>& issues);
 
 }  // namespace quarn::subscriber::radius

@@ -6,7 +6,7 @@
 
 namespace quarn::subscriber::radius {
 
-/// What the bytes of a value mean. The numbers are part of the interface.
+/// The meaning of a value's bytes. The numbers are part of the interface.
 enum class ValueType : std::uint8_t {
     Octets = 0,
     Text = 1,
@@ -25,7 +25,7 @@ enum class ValueType : std::uint8_t {
     Ifid = 14,
 };
 
-/// What an attribute can contain besides a value.
+/// The parts that an attribute can contain besides a value.
 enum class ContainerKind : std::uint8_t {
     None = 0,
     Vsa = 1,           ///< Vendor-Specific (RFC 2865, section 5.26)

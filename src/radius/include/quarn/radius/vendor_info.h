@@ -17,7 +17,6 @@ struct VendorInfo {
     std::size_t length_size = 1;  ///< bytes of a sub-attribute's length field, 1 to 4
     bool continuation = false;    ///< a continuation byte follows the length field
 
-    /// Member by member.
     bool operator==(const VendorInfo&) const = default;
 };
 

@@ -9,7 +9,7 @@
 
 namespace quarn {
 
-/// What the program around the library provides to it.
+/// Where the library sends warnings.
 ///
 /// Warnings are discarded unless the program asks for them:
 ///
