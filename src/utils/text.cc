@@ -98,28 +98,40 @@ bool is_printable(std::string_view text) {
                        [](char character) { return character >= 0x20 && character <= 0x7E; });
 }
 
-bool is_well_formed_utf8(std::string_view text) {
+Utf8Character first_utf8_character(std::string_view text) {
     const auto byte_at = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    for (std::size_t i = 0; i < text.size();) {
-        const unsigned char lead = byte_at(i);
-        if (lead < 0x80) {
-            ++i;
+    const unsigned char lead = byte_at(0);
+    if (lead < 0x80) {
+        return {1, lead};
+    }
+    if (lead < first_lead_byte || lead > last_lead_byte) {
+        return {1, std::nullopt};
+    }
+    const Utf8Sequence sequence = utf8_sequences[lead - first_lead_byte];
+    // A lead byte of a sequence of n bytes has n one bits, a zero bit, and then the number's highest bits.
+    char32_t code_point = lead & (0x7FU >> sequence.length);
+    for (std::size_t i = 1; i < sequence.length; ++i) {
+        const unsigned char least = i == 1 ? sequence.second_min : 0x80;
+        const unsigned char most = i == 1 ? sequence.second_max : 0xBF;
+        if (i == text.size() || byte_at(i) < least || byte_at(i) > most) {
+            return {i, std::nullopt};
+        }
+        code_point = code_point << 6 | (byte_at(i) & 0x3FU);
+    }
+    return {sequence.length, code_point};
+}
+
+bool is_well_formed_utf8(std::string_view text) {
+    while (!text.empty()) {
+        if (static_cast<unsigned char>(text.front()) < 0x80) {
+            text.remove_prefix(1);
             continue;
         }
-        if (lead < first_lead_byte || lead > last_lead_byte) {
+        const Utf8Character character = first_utf8_character(text);
+        if (!character.code_point) {
             return false;
         }
-        const Utf8Sequence sequence = utf8_sequences[lead - first_lead_byte];
-        if (text.size() - i < sequence.length || byte_at(i + 1) < sequence.second_min ||
-            byte_at(i + 1) > sequence.second_max) {
-            return false;
-        }
-        for (std::size_t k = 2; k < sequence.length; ++k) {
-            if ((byte_at(i + k) & 0xC0) != 0x80) {
-                return false;
-            }
-        }
-        i += sequence.length;
+        text.remove_prefix(character.size);
     }
     return true;
 }

@@ -230,6 +230,50 @@ TEST(IsPrintable, FailsForOneBadByteAnywhere) {
     EXPECT_FALSE(is_printable("ab\0"sv));
 }
 
+// first_utf8_character
+
+void expect_first(std::string_view text, std::size_t size, std::optional<char32_t> code_point) {
+    SCOPED_TRACE(bytes_to_hex(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
+    const Utf8Character character = first_utf8_character(text);
+    EXPECT_EQ(character.size, size);
+    EXPECT_EQ(character.code_point, code_point);
+}
+
+TEST(FirstUtf8Character, DecodesTheFirstAndLastOfEachLength) {
+    expect_first("\0a"sv, 1, 0x00);
+    expect_first("\x7F\x80", 1, 0x7F);
+    expect_first("\xC2\x80\x80", 2, 0x80);
+    expect_first("\xDF\xBFz", 2, 0x7FF);
+    expect_first("\xE0\xA0\x80z", 3, 0x800);
+    expect_first("\xE2\x80\xAE", 3, 0x202E);
+    expect_first("\xEF\xBF\xBF", 3, 0xFFFF);
+    expect_first("\xF0\x90\x80\x80z", 4, 0x10000);
+    expect_first("\xF4\x8F\xBF\xBF", 4, 0x10FFFF);
+}
+
+// The example of Unicode, section 3.9, table 3-8, and sequences that end too early.
+TEST(FirstUtf8Character, TakesTheMaximalSubpartOfWhatIsIllFormed) {
+    std::string_view text =
+        "a\xF1\x80\x80\xE1\x80\xC2"
+        "b\x80"
+        "c\x80\xBF"
+        "d";
+    std::vector<std::size_t> sizes;
+    while (!text.empty()) {
+        sizes.push_back(first_utf8_character(text).size);
+        text.remove_prefix(sizes.back());
+    }
+    EXPECT_EQ(sizes, (std::vector<std::size_t>{1, 3, 2, 1, 1, 1, 1, 1, 1, 1}));
+    expect_first("\xC1\xBF", 1, std::nullopt);
+    expect_first("\xED\xA0\x80", 1, std::nullopt);
+    expect_first("\xF4\x90\x80\x80", 1, std::nullopt);
+    expect_first("\xF5\x80", 1, std::nullopt);
+    expect_first("\xFF", 1, std::nullopt);
+    expect_first("\xF0\x9F\x98", 3, std::nullopt);
+    expect_first("\xE2\x82", 2, std::nullopt);
+    expect_first("\xC3", 1, std::nullopt);
+}
+
 // is_well_formed_utf8 and is_utf8_text
 
 /// The limits of one row of the table of well-formed sequences (RFC 3629, section 4).

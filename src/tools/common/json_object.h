@@ -8,7 +8,9 @@
 
 namespace quarn::tools {
 
-/// The text as a JSON string, quotes included.
+/// The text as a JSON string, quotes included: always valid JSON (RFC 8259) on one line, whatever the bytes.
+/// Control characters (U+0000 to U+001F, U+007F to U+009F) and those that reorder or end a line
+/// (`is_layout_control`) are escaped; bytes that are not UTF-8 become U+FFFD, one for each maximal subpart.
 std::string json_string(std::string_view text);
 
 /// Builds {"key": value, ...} with its members in the order in which they are added.

@@ -1,8 +1,8 @@
 #include "common/terminal_text.h"
 
-#include <cstddef>
 #include <cstdint>
 
+#include "common/control_characters.h"
 #include "quarn/utils/text.h"
 
 namespace quarn::tools {
@@ -28,21 +28,20 @@ std::string escape_of(char character) {
 
 std::string terminal_text(std::string_view text) {
     const bool is_utf8 = utils::is_well_formed_utf8(text);
-    const auto byte_at = [text](std::size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-    };
     std::string shown;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const unsigned byte = byte_at(i);
-        if (byte == 0xC2 && is_utf8 && byte_at(i + 1) < 0xA0) {
-            // U+0080 to U+009F, among them a second way to begin a control sequence
-            shown += escape_of(text[i]) + escape_of(text[i + 1]);
-            ++i;
-        } else if (byte < 0x20 || byte == 0x7F || (byte >= 0x80 && !is_utf8)) {
-            shown += escape_of(text[i]);
+    while (!text.empty()) {
+        const utils::Utf8Character character = utils::first_utf8_character(text);
+        const std::string_view bytes = text.substr(0, character.size);
+        const char32_t code_point = character.code_point.value_or(0);
+        const bool is_safe = !is_control_character(code_point) && !is_layout_control(code_point);
+        if (is_safe && (is_utf8 || code_point < 0x80)) {
+            shown += bytes;
         } else {
-            shown += text[i];
+            for (const char byte : bytes) {
+                shown += escape_of(byte);
+            }
         }
+        text.remove_prefix(character.size);
     }
     return shown;
 }

@@ -47,6 +47,17 @@ bool is_hex_literal(std::string_view text);
 /// Whether every byte is printable ASCII, space included (0x20 to 0x7E). True for the empty text.
 bool is_printable(std::string_view text);
 
+/// The first character of a text in UTF-8.
+struct Utf8Character {
+    std::size_t size = 0;                ///< in bytes, at least 1
+    std::optional<char32_t> code_point;  ///< nothing for bytes that are not well-formed
+};
+
+/// Decodes the first character of a text that is not empty (RFC 3629, section 4). If it is not well-formed,
+/// `size` covers the longest beginning of a character, or one byte: the bytes that one U+FFFD stands for
+/// (Unicode, section 3.9, "U+FFFD Substitution of Maximal Subparts").
+Utf8Character first_utf8_character(std::string_view text);
+
 /// Whether the bytes are well-formed UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF
 /// (RFC 3629, section 4). Control characters are allowed. True for the empty text.
 bool is_well_formed_utf8(std::string_view text);
