@@ -13,8 +13,10 @@
 #include <openssl/rand.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -99,6 +101,19 @@ ssize_t recv(int descriptor, void* bytes, size_t size, int flags) {
 
 int poll(pollfd* descriptors, nfds_t count, int timeout) {
     return fails("poll") ? -1 : original("poll", &poll)(descriptors, count, timeout);
+}
+
+ssize_t write(int descriptor, const void* bytes, size_t size) {
+    return fails("write") ? -1 : original("write", &write)(descriptor, bytes, size);
+}
+
+int close(int descriptor) {
+    const int result = original("close", &close)(descriptor);
+    return fails("close") ? -1 : result;  // it is closed all the same
+}
+
+int rename(const char* from, const char* to) noexcept {
+    return fails("rename") ? -1 : original("rename", &rename)(from, to);
 }
 
 int RAND_bytes(unsigned char* bytes, int size) {

@@ -22,7 +22,7 @@ _quarn_radius() {
         dictionary) words+=' check show import' ;;
         check) words+=' --json' ;;
         show) words+=' --json -d' ;;
-        import) words+=' --json --vendor --schema -o' ;;
+        import) words+=' --force --json --vendor --schema -o' ;;
     esac
     compopt -o filenames 2>/dev/null
     case $previous in

@@ -21,3 +21,4 @@ complete -c quarn-radius -n '__fish_seen_subcommand_from import' -F
 complete -c quarn-radius -n '__fish_seen_subcommand_from import' -s o -x -a '(__fish_complete_directories)' -d 'Folder to write to'
 complete -c quarn-radius -n '__fish_seen_subcommand_from import' -l vendor -x -d 'Import this vendor only'
 complete -c quarn-radius -n '__fish_seen_subcommand_from import' -l schema -r -F -d 'JSON Schema of the files'
+complete -c quarn-radius -n '__fish_seen_subcommand_from import' -l force -d 'Replace files that no import wrote, too'

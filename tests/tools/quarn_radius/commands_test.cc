@@ -68,7 +68,8 @@ TEST_F(CommandLineTest, ShowEndsWith1WhenNothingMatches) {
 TEST_F(CommandLineTest, NothingFromAFileControlsTheTerminal) {
     const std::string file = folder_.write("control.yaml", "attributes: {\"Fil\\e[2J\": {code: 11, a: b}}\n");
     EXPECT_EQ(run_with({"dictionary", "check", file}), tools::ExitStatus::ProblemsFound);
-    EXPECT_EQ(output(), file + ":1: warning: unknown key \"a\" of Fil\\x1b[2J\n");
+    EXPECT_EQ(output(), file + ":1: error: the name \"Fil\\x1b[2J\" has a control character\n" + file +
+                            ":1: warning: unknown key \"a\" of Fil\\x1b[2J\n");
     EXPECT_EQ(run_with({"dictionary", "show", "-d", file, "Fil[2J"}), tools::ExitStatus::ProblemsFound);
     EXPECT_EQ(errors(), "quarn-radius: nothing matches \"Fil[2J\", did you mean \"Fil\\x1b[2J\"?\n");
     const std::string failing =
@@ -77,8 +78,9 @@ TEST_F(CommandLineTest, NothingFromAFileControlsTheTerminal) {
     EXPECT_NE(errors().find("vendor 'V\\n\\x1b'"), std::string::npos) << errors();
     const std::string source = folder_.write("dictionary", "ATTRIBUTE A\x1b[2J 11 string secret\n");
     EXPECT_EQ(run_with({"dictionary", "import", source, "-o", folder_.path() / "out"}),
-              tools::ExitStatus::Fine);
-    EXPECT_EQ(output(), source + ":1: note: the flag secret of A\\x1b[2J is dropped\n");
+              tools::ExitStatus::ProblemsFound);
+    EXPECT_EQ(output(), source + ":1: note: the flag secret of A\\x1b[2J is dropped\n" + source +
+                            ":1: error: an attribute is left out: its name has a control character\n");
 }
 
 TEST_F(CommandLineTest, ShowHelpTellsHowToNameAVendorOfASmallNumber) {
@@ -112,6 +114,18 @@ TEST_F(CommandLineTest, ImportTakesAVendorFromEachVendorOption) {
                         folder_.path() / "out"}),
               tools::ExitStatus::Fine);
     EXPECT_EQ(errors(), "wrote 2 attributes and 0 values to 3 files; 0 errors, 0 warnings, 0 notes\n");
+}
+
+TEST_F(CommandLineTest, ImportReplacesAFileOfOnesOwnOnlyIfForced) {
+    const std::string source = folder_.write("dictionary", "ATTRIBUTE Filter-Id 11 string\n");
+    const std::string own = folder_.write("out/standard.yaml", "# mine\n");
+    const std::string target = folder_.path() / "out";
+    EXPECT_EQ(run_with({"dictionary", "import", source, "-o", target}), tools::ExitStatus::FileProblem);
+    EXPECT_EQ(output(), "");
+    EXPECT_EQ(errors(),
+              "quarn-radius: " + own + ": no import wrote this; it is replaced with --force only\n");
+    EXPECT_EQ(run_with({"dictionary", "import", "--force", source, "-o", target}), tools::ExitStatus::Fine);
+    EXPECT_EQ(run_with({"dictionary", "import", source, "-o", target}), tools::ExitStatus::Fine);
 }
 
 TEST_F(CommandLineTest, EveryWrongCommandLineEndsWith2) {

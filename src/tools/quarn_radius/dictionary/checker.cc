@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/control_characters.h"
 #include "quarn/radius/dictionary.h"
 #include "quarn/radius/hiding.h"
 #include "quarn/radius/wire_format.h"
@@ -345,6 +346,9 @@ void Checker::check_attribute(const Field& attribute) {
         error(attribute.key, "an attribute's name must be a text");
         return;
     }
+    if (tools::has_control_character(*name)) {
+        error(attribute.key, "the name " + quoted(*name) + " has a control character");
+    }
     if (attribute.value.IsNull()) {
         warn(attribute.key, *name + " has no definition");
         return;
@@ -503,6 +507,9 @@ void Checker::check_value(const Field& field, const Definition& attribute, bool 
         return;
     }
     const std::string subject = "value " + quoted(*name) + " of " + attribute.name;
+    if (tools::has_control_character(*name)) {
+        error(key, subject + " has a control character in its name");
+    }
     const auto number = check_number(field, subject);
     if (!number) {
         return;

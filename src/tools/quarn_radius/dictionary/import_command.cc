@@ -22,12 +22,17 @@ $INCLUDE. Written are one file for each vendor in DIR/vendor, DIR/standard.yaml
 for the attributes of no vendor, and DIR/dictionary.yaml, which includes them
 all. What had to be changed or left out is listed, one a line:
 
-  file:line: error: ...     a line that cannot be understood; it is left out
+  file:line: error: ...     a line that cannot be understood, or a name with
+                            control characters; it is left out
   file:line: warning: ...   what the files cannot express; it is left out
   file:line: note: ...      something that is expressed differently
 
 Only errors count as problems for the exit status. The files load without a
-warning, and the same source always gives the same bytes.)";
+warning, and the same source always gives the same bytes.
+
+Either all files are written or DIR stays as it was. A file that is there
+already is replaced only if it looks, line by line, as import writes it: a file
+with a comment or a line of your own stops the import, unless --force is given.)";
 
 constexpr const char* import_examples = R"(Examples:
   quarn-radius dictionary import /etc/raddb/dictionary -o my-dictionary
@@ -73,6 +78,7 @@ Command add_import_command(CLI::App& parent) {
         .add_option("--schema", import_options.schema,
                     "The JSON Schema that the files name, seen from DIR\nDefault: " + import_options.schema)
         ->type_name("FILE");
+    command.add_flag("--force", import_options.force, "Replace files that no import wrote, too");
     command.add_flag("--json", options->json, "Print a problem a line, as a JSON object");
     command.footer(std::string(import_examples) + exit_statuses);
     return {&command, [options](Streams streams) { return import(*options, streams); }};

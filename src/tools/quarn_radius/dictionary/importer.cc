@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <set>
@@ -11,6 +12,7 @@
 #include <tuple>
 #include <utility>
 
+#include "common/control_characters.h"
 #include "common/json_object.h"
 #include "quarn/radius/hiding.h"
 #include "quarn/radius/value_type.h"
@@ -19,6 +21,7 @@
 #include "quarn/utils/case_insensitive.h"
 #include "quarn/utils/text.h"
 #include "quarn_radius/dictionary/code_path_limits.h"
+#include "quarn_radius/dictionary/file_set.h"
 #include "quarn_radius/dictionary/value_limits.h"
 
 namespace quarn::quarn_radius {
@@ -32,13 +35,22 @@ using radius::ValueType;
 /// A YAML reader need not take a key of more than 1024 characters, and yaml-cpp does not.
 constexpr std::size_t max_key_size = 1000;
 
-/// Why a name cannot be a key of the written files; nothing when it can.
-std::optional<std::string> fault_of_key(std::string_view name) {
+struct NameFault {
+    Severity severity;
+    std::string text;  ///< follows "its name"
+};
+
+/// Why the name of an attribute or a value cannot be a key of the written files; nothing when it can.
+std::optional<NameFault> fault_of_name(std::string_view name) {
+    // authprobe lists names as they are: a line feed in one would begin a line that the sender chose.
+    if (tools::has_control_character(name)) {
+        return NameFault{Severity::Error, "has a control character"};
+    }
     if (!utils::is_well_formed_utf8(name)) {
-        return "not valid UTF-8";
+        return NameFault{Severity::Warning, "is not valid UTF-8"};
     }
     if (tools::json_string(name).size() > max_key_size) {
-        return "too long";
+        return NameFault{Severity::Warning, "is too long"};
     }
     return std::nullopt;
 }
@@ -199,8 +211,8 @@ class Converter {
 
     void convert_attribute(const TextAttribute& attribute) {
         const std::string lower = utils::ascii_lower(attribute.name);
-        if (const std::optional<std::string> fault = fault_of_key(attribute.name)) {
-            warn(attribute.place, "an attribute is left out: its name is " + *fault);
+        if (const std::optional<NameFault> fault = fault_of_name(attribute.name)) {
+            report(attribute.place, fault->severity, "an attribute is left out: its name " + fault->text);
             left_out_.insert(lower);
             return;
         }
@@ -297,8 +309,9 @@ class Converter {
                 note(value.place, subject + ": values of type " + entry.type + " are listed as they are");
             } else if (entry.has_tag && value.number > max_tagged_number) {
                 note(value.place, subject + ": beside a tag there is no room for its number");
-            } else if (const std::optional<std::string> fault = fault_of_key(value.name)) {
-                warn(value.place, "a value of " + value.attribute + " is left out: it is " + *fault);
+            } else if (const std::optional<NameFault> fault = fault_of_name(value.name)) {
+                report(value.place, fault->severity,
+                       "a value of " + value.attribute + " is left out: it " + fault->text);
             } else {
                 add_value(entry, value);
             }
@@ -369,13 +382,20 @@ class Converter {
     std::set<std::string> left_out_;
 };
 
-void write_file(const std::filesystem::path& file, const std::string& text) {
-    std::error_code failure;
-    std::filesystem::create_directories(file.parent_path(), failure);
-    std::ofstream stream(file, std::ios::binary);
-    stream << text;
-    if (!stream.flush()) {
-        throw FileError(file.string() + ": cannot write");
+/// Throws unless an import's own file, or nothing at all, is there to be replaced.
+void require_replaceable(const std::filesystem::path& file) {
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::symlink_status(file, ignored);
+    if (!std::filesystem::exists(status)) {
+        return;
+    }
+    bool is_own = false;
+    if (std::filesystem::is_regular_file(status)) {
+        std::ifstream stream(file, std::ios::binary);
+        is_own = is_generated_text(std::string{std::istreambuf_iterator<char>(stream), {}});
+    }
+    if (!is_own) {
+        throw FileError(file.string() + ": no import wrote this; it is replaced with --force only");
     }
 }
 
@@ -402,24 +422,43 @@ std::string from_subfolder(const std::string& schema) {
     return relative ? "../" + schema : schema;
 }
 
-/// Keeps the contents of the vendors wanted; throws for one that is not there.
-void keep_vendors(std::vector<DictionaryContent>& contents, const ImportOptions& options) {
-    if (options.vendors.empty()) {
-        return;
+/// The file names of the contents, relative to the folder. Vendors whose names give the same file are told
+/// apart by their numbers, as often as it takes.
+std::vector<std::string> file_names(const std::vector<DictionaryContent>& contents) {
+    std::vector<std::string> names;
+    std::set<std::string> taken;
+    for (const DictionaryContent& content : contents) {
+        if (!content.vendor) {
+            names.emplace_back("standard.yaml");
+            continue;
+        }
+        std::string stem = file_stem(content.vendor->name);
+        while (stem.empty() || !taken.insert(stem).second) {
+            stem += (stem.empty() ? "" : "-") + std::to_string(content.vendor->id);
+        }
+        names.push_back("vendor/" + stem + ".yaml");
     }
-    const auto has_name = [](const DictionaryContent& content, const std::string& name) {
-        return content.vendor && utils::CaseInsensitiveEqual{}(content.vendor->name, name);
-    };
+    return names;
+}
+
+bool is_of_vendor(const DictionaryContent& content, const std::string& name) {
+    return content.vendor && utils::CaseInsensitiveEqual{}(content.vendor->name, name);
+}
+
+bool is_wanted(const DictionaryContent& content, const ImportOptions& options) {
+    return options.vendors.empty() ||
+           std::any_of(options.vendors.begin(), options.vendors.end(),
+                       [&content](const std::string& name) { return is_of_vendor(content, name); });
+}
+
+/// Throws for a vendor that is wanted and not there.
+void require_vendors(const std::vector<DictionaryContent>& contents, const ImportOptions& options) {
     for (const std::string& name : options.vendors) {
         if (std::none_of(contents.begin(), contents.end(),
-                         [&](const DictionaryContent& content) { return has_name(content, name); })) {
+                         [&name](const DictionaryContent& content) { return is_of_vendor(content, name); })) {
             throw FileError(options.source + ": has no attributes of a vendor " + name);
         }
     }
-    std::erase_if(contents, [&](const DictionaryContent& content) {
-        return std::none_of(options.vendors.begin(), options.vendors.end(),
-                            [&](const std::string& name) { return has_name(content, name); });
-    });
 }
 
 }  // namespace
@@ -430,36 +469,39 @@ std::vector<DictionaryContent> convert_text_dictionary(const TextDictionary& sou
 
 ImportSummary import_dictionary(const ImportOptions& options, Problems& problems) {
     const TextDictionary source = read_text_dictionary(options.source, problems);
-    std::vector<DictionaryContent> contents = convert_text_dictionary(source, problems);
+    const std::vector<DictionaryContent> contents = convert_text_dictionary(source, problems);
     std::stable_sort(problems.begin(), problems.end(), [](const Problem& a, const Problem& b) {
         return std::tie(a.file, a.line) < std::tie(b.file, b.line);
     });
-    keep_vendors(contents, options);
+    require_vendors(contents, options);
 
     ImportSummary summary;
-    std::set<std::string> taken;
-    for (const DictionaryContent& content : contents) {
-        std::string name = "standard.yaml";
-        std::string schema = options.schema;
-        if (content.vendor) {
-            const std::string id = std::to_string(content.vendor->id);
-            std::string stem = file_stem(content.vendor->name);
-            if (stem.empty() || !taken.insert(stem).second) {
-                stem += (stem.empty() ? "" : "-") + id;
-            }
-            name = "vendor/" + stem + ".yaml";
-            schema = from_subfolder(schema);
+    std::vector<NewFile> files;
+    // Named before some are picked: a vendor's file is the same one whoever is imported beside it.
+    const std::vector<std::string> names = file_names(contents);
+    for (std::size_t i = 0; i < contents.size(); ++i) {
+        const DictionaryContent& content = contents[i];
+        if (!is_wanted(content, options)) {
+            continue;
         }
-        write_file(options.directory / name, dictionary_file_text(content, schema));
-        summary.files.push_back(name);
+        const std::string schema = content.vendor ? from_subfolder(options.schema) : options.schema;
+        files.push_back({options.directory / names[i], dictionary_file_text(content, schema)});
+        summary.files.push_back(names[i]);
         summary.attributes += content.attributes.size();
         for (const AttributeEntry& attribute : content.attributes) {
             summary.values += attribute.values.size();
         }
     }
     const std::string root = "dictionary.yaml";
-    write_file(options.directory / root, root_file_text(summary.files, options.schema));
+    files.push_back({options.directory / root, root_file_text(summary.files, options.schema)});
     summary.files.push_back(root);
+
+    if (!options.force) {
+        for (const NewFile& file : files) {
+            require_replaceable(file.path);
+        }
+    }
+    write_together(files);
     return summary;
 }
 

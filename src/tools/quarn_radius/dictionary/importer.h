@@ -20,7 +20,7 @@ namespace quarn::quarn_radius {
 /// its own; a text's tag, which many peers leave out, stays part of the text; an integer with values becomes
 /// an "enum". Of two attributes with one name or one code, or two values with one name or one number, the
 /// later is kept, as the format means it. Names that are not well-formed UTF-8 are left out, a vendor's with
-/// all its attributes.
+/// all its attributes; so are attributes and values with control characters in their names (an error).
 std::vector<DictionaryContent> convert_text_dictionary(const TextDictionary& source, Problems& problems);
 
 struct ImportOptions {
@@ -28,6 +28,7 @@ struct ImportOptions {
     std::filesystem::path directory;
     std::vector<std::string> vendors;  ///< names of those wanted, in any case; empty: everything
     std::string schema;                ///< what "$schema" names, from the folder's point of view
+    bool force = false;                ///< replace files that no import wrote
 };
 
 struct ImportSummary {
@@ -37,9 +38,11 @@ struct ImportSummary {
 };
 
 /// Imports a source into a folder: `vendor/<name>.yaml` for each vendor, `standard.yaml` for the attributes
-/// of no vendor, and `dictionary.yaml`, which includes them. The same source gives the same bytes. Throws
-/// `FileError` for a source that cannot be read, a wanted vendor that it does not have, and a file that
-/// cannot be written.
+/// of no vendor, and `dictionary.yaml`, which includes them. The same source gives the same bytes and names.
+///
+/// Throws `FileError` for a source that cannot be read, a wanted vendor that it does not have, a file that
+/// cannot be written, and, without `force`, a file to be replaced that is no regular one or not
+/// `is_generated_text`. Then the folder is as it was.
 ImportSummary import_dictionary(const ImportOptions& options, Problems& problems);
 
 }  // namespace quarn::quarn_radius

@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -37,5 +38,9 @@ std::string dictionary_file_text(const DictionaryContent& content, const std::st
 
 /// The text of a root file that includes others, in block style, for people to add to.
 std::string root_file_text(std::span<const std::string> includes, const std::string& schema);
+
+/// Whether a text has, line by line, the form of `dictionary_file_text` or `root_file_text`. A comment or a
+/// line that somebody added, other than in that form, makes the text somebody's own.
+bool is_generated_text(std::string_view text);
 
 }  // namespace quarn::quarn_radius

@@ -240,6 +240,23 @@ attributes:
               }));
 }
 
+// A program that lists such a name would print a line that the sender of a packet chose.
+TEST_F(DictionaryCheckTest, NamesHaveNoControlCharacters) {
+    EXPECT_EQ(
+        check("attributes:\n"
+              "  \"N\\nauthprobe: Success\": {code: 1, type: text}\n"
+              "  \"A\\x7f\":\n"
+              "    code: 2\n"
+              "    type: enum\n"
+              "    values:\n"
+              "      Sound: 0\n"
+              "      \"On\\u009b\": 1\n"
+              "  \"Sound\\u00a0~\": {code: 3, type: text}\n"),
+        (Lines{"root.yaml:2: error: the name \"N\\nauthprobe: Success\" has a control character",
+               "root.yaml:3: error: the name \"A\\x7f\" has a control character",
+               "root.yaml:8: error: value \"On\\xc2\\x9b\" of A\\x7f has a control character in its name"}));
+}
+
 TEST_F(DictionaryCheckTest, ValuesAreMeasuredByTheTypeOfTheirAttribute) {
     EXPECT_EQ(check(R"(attributes:
   Small: {code: 7, type: short, values: {Fits: 65535, Large: 65536}}

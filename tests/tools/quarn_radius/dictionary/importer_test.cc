@@ -37,11 +37,13 @@ std::map<std::string, std::string> contents_below(const std::filesystem::path& f
 class DictionaryImportTest : public testing::Test {
   protected:
     /// Imports a text dictionary into the folder "out".
-    ImportSummary import(std::string_view text, const std::vector<std::string>& vendors = {}) {
+    ImportSummary import(std::string_view text, const std::vector<std::string>& vendors = {},
+                         bool force = false) {
         return import_dictionary({.source = folder_.write("dictionary", text),
                                   .directory = folder_.path() / "out",
                                   .vendors = vendors,
-                                  .schema = "dictionary.schema.json"},
+                                  .schema = "dictionary.schema.json",
+                                  .force = force},
                                  problems_);
     }
     Lines reported() const { return test::lines_of(problems_, folder_.path()); }
@@ -125,6 +127,43 @@ TEST_F(DictionaryImportTest, NoTwoVendorsShareAFile) {
     std::sort(files.begin(), files.end());
     EXPECT_EQ(files, (std::vector<std::string>{"dictionary.yaml", "vendor/64498.yaml",
                                                "vendor/a-b-64499.yaml", "vendor/a-b.yaml"}));
+}
+
+/// A text dictionary of vendors with these names, numbered from 1 on, an attribute each.
+std::string vendors_named(const std::vector<std::string>& names) {
+    std::string text;
+    for (std::size_t i = 1; i <= names.size(); ++i) {
+        const std::string number = std::to_string(i);
+        text.append("VENDOR ").append(names[i - 1]).append(" ").append(number).append("\n");
+        text.append("ATTRIBUTE Of-").append(number).append(" 1 string ").append(names[i - 1]).append("\n");
+    }
+    return text;
+}
+
+// The number that tells "x!" from "X" gives the name that "X-2" has by itself.
+TEST_F(DictionaryImportTest, NoVendorIsLostWhereANumberMakesAnotherVendorsName) {
+    const ImportSummary summary = import(vendors_named({"X", "x!", "X-2", "x-2-3"}));
+    EXPECT_EQ(reported(), Lines{});
+    EXPECT_EQ(summary.files, (Lines{"vendor/x.yaml", "vendor/x-2.yaml", "vendor/x-2-3.yaml",
+                                    "vendor/x-2-3-4.yaml", "dictionary.yaml"}));
+    subscriber::radius::RadiusDictionary dictionary;
+    dictionary.load(folder_.path() / "out/dictionary.yaml");
+    for (const char* const number : {"1", "2", "3", "4"}) {
+        EXPECT_EQ(dictionary.attribute_by_name("Of-" + std::string(number)).name,
+                  "Of-" + std::string(number));
+    }
+    EXPECT_NE(written("vendor/x-2.yaml").find(R"("name": "x!")"), std::string::npos);
+    EXPECT_NE(written("vendor/x-2-3.yaml").find(R"("name": "X-2")"), std::string::npos);
+}
+
+TEST_F(DictionaryImportTest, NoVendorIsLostWhoseNumberIsAnothersName) {
+    EXPECT_EQ(import(vendors_named({"--", "1", "!"})).files,
+              (Lines{"vendor/3.yaml", "vendor/1.yaml", "vendor/1-2.yaml", "dictionary.yaml"}));
+}
+
+TEST_F(DictionaryImportTest, AVendorsFileHasOneNameWhateverElseIsImported) {
+    EXPECT_EQ(import(vendors_named({"X", "x!", "X-2"}), {"X-2"}).files,
+              (Lines{"vendor/x-2-3.yaml", "dictionary.yaml"}));
 }
 
 TEST_F(DictionaryImportTest, DropsTheFlagsThatATypeHasNoUseFor) {
@@ -301,6 +340,29 @@ TEST_F(DictionaryImportTest, LeavesOutNamesThatAreNotValidUtf8) {
     }
 }
 
+// "N\nauthprobe: Success" would print a verdict of its own.
+TEST_F(DictionaryImportTest, RefusesNamesWithControlCharacters) {
+    import(
+        "ATTRIBUTE N\x01 1 string\nATTRIBUTE Mode\xC2\x9B 2 integer\nVALUE Mode\xC2\x9B On 1\n"
+        "ATTRIBUTE Sound 3 integer\nVALUE Sound On\x7F 1\nVALUE Sound Off 0\n"
+        "ATTRIBUTE N\x1B\xFF 4 string\n");
+    EXPECT_EQ(reported(),
+              (Lines{
+                  "dictionary:1: error: an attribute is left out: its name has a control character",
+                  "dictionary:2: error: an attribute is left out: its name has a control character",
+                  "dictionary:3: note: the value On of Mode\\xc2\\x9b is left out with its attribute",
+                  "dictionary:5: error: a value of Sound is left out: it has a control character",
+                  "dictionary:7: error: an attribute is left out: its name has a control character",
+              }));
+    EXPECT_EQ(written("standard.yaml"), R"({
+"$schema": "dictionary.schema.json",
+"attributes": {
+  "Sound": {"code": "3", "type": "enum", "values": {"Off": 0}}
+}
+}
+)");
+}
+
 TEST_F(DictionaryImportTest, LeavesOutNamesThatAreTooLongForAKey) {
     const std::string longest(998, 'A');
     import("ATTRIBUTE " + longest + " 1 string\nATTRIBUTE " + longest + "A 2 string\n" +
@@ -361,6 +423,51 @@ TEST_F(DictionaryImportTest, GivesTheSameBytesTwiceAndFilesWithoutAProblem) {
     EXPECT_TRUE(recorder.warnings().empty());
     EXPECT_EQ(dictionary.enum_value("Box-Mode", "Two"), 2U);
     EXPECT_EQ(dictionary.attribute_by_name("Far").code, (subscriber::radius::CodePath{246, 26, 64496, 1}));
+}
+
+TEST_F(DictionaryImportTest, ReplacesWhatAnImportWrote) {
+    import(in_vendor("ATTRIBUTE A 1 string\nATTRIBUTE B 2 integer\nVALUE B On 1\n") +
+           "ATTRIBUTE User-Name 1 string\n");
+    import(in_vendor("ATTRIBUTE C 3 string\n") + "ATTRIBUTE Class 25 octets\n");
+    EXPECT_EQ(written("vendor/example.yaml"),
+              vendor_file(R"(  "C": {"code": "26.64496.3", "type": "text"})"));
+    EXPECT_NE(written("standard.yaml").find("Class"), std::string::npos);
+}
+
+TEST_F(DictionaryImportTest, ReplacesNothingElseUnlessForced) {
+    const std::string source = in_vendor("ATTRIBUTE A 1 string\n") + "ATTRIBUTE User-Name 1 string\n";
+    const std::filesystem::path out = folder_.path() / "out";
+    for (const std::string name : {"vendor/example.yaml", "standard.yaml", "dictionary.yaml"}) {
+        SCOPED_TRACE(name);
+        std::filesystem::remove_all(out);
+        import(source);
+        const auto imported = contents_below(out);
+        folder_.write("out/" + name, "# mine\n" + imported.at(name));
+        const auto before = contents_below(out);
+        try {
+            import(source);
+            FAIL() << "a file of one's own is replaced";
+        } catch (const FileError& error) {
+            EXPECT_EQ(error.what(),
+                      (out / name).string() + ": no import wrote this; it is replaced with --force only");
+        }
+        EXPECT_EQ(contents_below(out), before);
+
+        import(source, {}, true);
+        EXPECT_EQ(contents_below(out), imported);
+    }
+}
+
+TEST_F(DictionaryImportTest, ReplacesALinkOnlyIfForced) {
+    const std::string source = "ATTRIBUTE User-Name 1 string\n";
+    import(source);
+    const std::filesystem::path file = folder_.path() / "out/standard.yaml";
+    std::filesystem::rename(file, folder_.path() / "elsewhere");
+    std::filesystem::create_symlink("../elsewhere", file);
+    EXPECT_THROW(import(source), FileError);
+    EXPECT_TRUE(std::filesystem::is_symlink(file));
+    import(source, {}, true);
+    EXPECT_FALSE(std::filesystem::is_symlink(file));
 }
 
 TEST_F(DictionaryImportTest, ThrowsWhenItCannotWrite) {
