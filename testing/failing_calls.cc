@@ -5,6 +5,7 @@
 //     recv=11           every call of recv does
 //     RAND_bytes=0@1    the first one does; OpenSSL's functions have no error number
 //     EVP_MD_fetch(MD5)=0   every call does that names this algorithm
+//     write=stop@3      before the third call of write the program stops; SIGCONT lets it go on
 //
 // Several are separated by ",". What is not to fail goes on to where it was going.
 #include <dlfcn.h>
@@ -16,6 +17,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -26,6 +28,7 @@ namespace {
 
 struct Order {
     std::string call;
+    bool stops = false;
     int error_number = 0;
     int which = 0;  ///< 0 for all
     int seen = 0;
@@ -45,15 +48,21 @@ __attribute__((constructor)) void read_orders() {
         rest.remove_prefix(std::min(rest.size(), order.size() + 1));
         const std::size_t equals = order.find('=');
         const std::size_t at = order.find('@');
-        orders().push_back({order.substr(0, equals), std::stoi(order.substr(equals + 1)),
+        const std::string deed = order.substr(equals + 1, at - equals - 1);
+        const bool stops = deed == "stop";
+        orders().push_back({order.substr(0, equals), stops, stops ? 0 : std::stoi(deed),
                             at == std::string::npos ? 0 : std::stoi(order.substr(at + 1))});
     }
 }
 
-/// Whether this call is to fail. Sets the error number, then.
+/// Whether this call is to fail. Sets the error number, then. Stops the program if it is to stop here.
 bool fails(std::string_view call) {
     for (Order& order : orders()) {
         if (order.call == call && (++order.seen == order.which || order.which == 0)) {
+            if (order.stops) {
+                static_cast<void>(std::raise(SIGSTOP));
+                return false;
+            }
             errno = order.error_number;
             return true;
         }
@@ -110,6 +119,14 @@ ssize_t write(int descriptor, const void* bytes, size_t size) {
 int close(int descriptor) {
     const int result = original("close", &close)(descriptor);
     return fails("close") ? -1 : result;  // it is closed all the same
+}
+
+FILE* fopen(const char* path, const char* mode) {
+    return fails("fopen", path) ? nullptr : original("fopen", &fopen)(path, mode);
+}
+
+FILE* fopen64(const char* path, const char* mode) {
+    return fails("fopen", path) ? nullptr : original("fopen64", &fopen64)(path, mode);
 }
 
 int rename(const char* from, const char* to) noexcept {

@@ -152,6 +152,24 @@ bool Process::wait_for_output(std::string_view text) {
     return true;
 }
 
+bool Process::wait_until_stopped() const {
+    while (Clock::now() < deadline_) {
+        siginfo_t info{};
+        if (waitid(P_PID, static_cast<id_t>(pid_), &info, WSTOPPED | WEXITED | WNOHANG | WNOWAIT) != 0) {
+            fail("cannot wait for a process to stop");
+        }
+        if (info.si_pid != 0) {
+            return info.si_code == CLD_STOPPED;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return false;
+}
+
+void Process::resume() const {
+    kill(pid_, SIGCONT);
+}
+
 void Process::terminate() const {
     if (pid_ > 0) {
         kill(pid_, SIGTERM);

@@ -79,6 +79,12 @@ class Process {
 
     pid_t pid() const { return pid_; }
 
+    /// Waits until the program has stopped itself; false when it ends, or its time is up, before that.
+    bool wait_until_stopped() const;
+
+    /// Lets a stopped program go on.
+    void resume() const;
+
     /// Asks the program to end.
     void terminate() const;
 

@@ -12,6 +12,13 @@ Command authprobe(std::vector<std::string> arguments) {
     return {.program = AUTHPROBE_PROGRAM, .arguments = std::move(arguments)};
 }
 
+std::map<std::string, std::optional<std::string>> preloading(const std::string& library,
+                                                             const std::string& failing_calls) {
+    return {{"LD_PRELOAD", library},
+            {"FAILING_CALLS", failing_calls},
+            {"ASAN_OPTIONS", "verify_asan_link_order=0"}};  // the sanitizer would rather be loaded first
+}
+
 std::string banner() {
     return "\n Vornhelm Quarn " AUTHPROBE_VERSION "\n     Copyright (C) 2026 Vornhelm\n\n";
 }

@@ -19,6 +19,11 @@ inline constexpr char shared_secret[] = "testing123";
 /// The command that runs the program with these arguments.
 Command authprobe(std::vector<std::string> arguments);
 
+/// The variables that load a library into the program before its own: `STOPPED_AT_END`, or `FAILING_CALLS`
+/// with what it is to do.
+std::map<std::string, std::optional<std::string>> preloading(const std::string& library,
+                                                             const std::string& failing_calls = "");
+
 /// What every run begins with.
 std::string banner();
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
 #include <span>
 #include <string>
 #include <thread>
@@ -9,7 +10,9 @@
 
 #include "end_to_end/client.h"
 #include "testing/dictionaries.h"
+#include "testing/process.h"
 #include "testing/scratch_folder.h"
+#include "testing/udp_peer.h"
 #include "testing/wire.h"
 
 namespace quarn::test {
@@ -259,6 +262,32 @@ TEST(Exchange, SendsNothingButTheRequestWhenAStandardStreamIsClosed) {
                 EXPECT_EQ(run.client.ending, exited_with(0));
             }
         }
+    }
+}
+
+/// The sockets that a process has open.
+std::size_t sockets_of(pid_t pid) {
+    std::size_t sockets = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/fd")) {
+        sockets += std::filesystem::read_symlink(entry).string().starts_with("socket:") ? 1 : 0;
+    }
+    return sockets;
+}
+
+// What the reply says may take its time to be read: nothing more is let in meanwhile.
+TEST(Exchange, ClosesItsSocketBeforeTheReplyIsListed) {
+    // The first text to be written is the banner, the second lists the request, the third lists the reply.
+    for (const int which : {2, 3}) {
+        UdpPeer peer({answer(accept)});
+        Command command = authprobe({"-d", shipped_dictionary_path(), peer.address(), shared_secret});
+        command.environment = preloading(FAILING_CALLS, "write=stop@" + std::to_string(which));
+        Process process(command);
+        ASSERT_TRUE(process.wait_until_stopped());
+        EXPECT_EQ(sockets_of(process.pid()), which == 2 ? 1U : 0U);
+        process.resume();
+        const ProcessResult result = process.wait();
+        EXPECT_EQ(result.ending, exited_with(0)) << result.errors;
+        EXPECT_NE(result.output.find("Received Access-Accept"), std::string::npos) << result.output;
     }
 }
 

@@ -34,11 +34,8 @@ Setting with_failing(const std::string& call, int error_number, int which = 0,
                      std::vector<std::string> options = {}) {
     options.insert(options.end(), {"--username", "bob", "--password", "hello", "--timeout", endless});
     return {.options = std::move(options),
-            .environment = {
-                {"LD_PRELOAD", FAILING_CALLS},
-                {"FAILING_CALLS", call + "=" + std::to_string(error_number) + "@" + std::to_string(which)},
-                // The sanitizer would rather be loaded first.
-                {"ASAN_OPTIONS", "verify_asan_link_order=0"}}};
+            .environment = preloading(
+                FAILING_CALLS, call + "=" + std::to_string(error_number) + "@" + std::to_string(which))};
 }
 
 void expect_unsent(const Conversation& run, const std::string& errors) {

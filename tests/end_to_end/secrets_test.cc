@@ -2,8 +2,11 @@
 // processes.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <fstream>
+#include <future>
 #include <iterator>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,6 +14,7 @@
 #include "end_to_end/client.h"
 #include "quarn/utils/text.h"
 #include "testing/dictionaries.h"
+#include "testing/process_memory.h"
 #include "testing/scratch_folder.h"
 #include "testing/wire.h"
 
@@ -18,6 +22,7 @@ namespace quarn::test {
 namespace {
 
 using utils::Bytes;
+using namespace std::chrono_literals;
 
 constexpr char secret[] = "mark-of-the-secret";
 constexpr char password[] = "mark-of-the-password";
@@ -172,6 +177,127 @@ TEST(Secrets, AreNotInTheListOfProcesses) {
         EXPECT_NE(command_line.find("bob"), std::string::npos);
         EXPECT_EQ(command_line.find(secret), std::string::npos);
         EXPECT_EQ(command_line.find(password), std::string::npos);
+    }
+}
+
+// What is left in memory of secrets that are needed no more. The shared secret is needed until the reply is
+// judged.
+
+const std::vector<std::string> methods = {"pap", "chap", "mschap", "mschapv2"};
+
+/// The program with the password, in some method, against this server; it stops where it would end.
+Command stopping_run(const std::string& server, const std::string& method, const std::string& timeout) {
+    Command command = authprobe({"-d", shipped_dictionary_path(), "--username", "bob", "--password", password,
+                                 "-t", method, "--timeout", timeout, "--retry", "1", server, secret});
+    command.environment = preloading(STOPPED_AT_END);
+    return command;
+}
+
+/// A peer that tells when the request has come, and never answers.
+class SilentPeer {
+  public:
+    /// False when no request comes for a long time.
+    bool wait_for_request() { return requested_.get_future().wait_for(30s) == std::future_status::ready; }
+
+    std::string address() const { return peer_.address(); }
+
+  private:
+    std::promise<void> requested_;
+    UdpPeer peer_{{[this](std::span<const Datagram>) {
+        requested_.set_value();
+        return std::vector<Bytes>{};
+    }}};
+};
+
+// Else the tests below would tell nothing.
+TEST(SecretsInMemory, AreFoundWhereTheyAre) {
+    SilentPeer peer;
+    const Process process(stopping_run(peer.address(), "pap", "1000"));
+    ASSERT_TRUE(peer.wait_for_request());
+    EXPECT_GT(copies_in_memory(process.pid(), secret), 0U);
+    EXPECT_GT(copies_in_memory(process.pid(), "Calling-Station-Id"), 0U);
+}
+
+TEST(SecretsInMemory, AreLessThePasswordWhileTheReplyIsAwaited) {
+    for (const std::string& method : methods) {
+        SCOPED_TRACE(method);
+        SilentPeer peer;
+        Process process(stopping_run(peer.address(), method, "1000"));
+        ASSERT_TRUE(peer.wait_for_request());
+        EXPECT_EQ(copies_in_memory(process.pid(), password), 0U);
+        ASSERT_TRUE(process.wait_for_output("Message-Authenticator")) << process.output();
+        EXPECT_EQ(process.output().find(password) != std::string::npos, method == "pap");
+    }
+}
+
+TEST(SecretsInMemory, AreGoneAtTheEnd) {
+    UdpPeer silent;
+    for (const std::string& method : methods) {
+        SCOPED_TRACE(method);
+        Process process(stopping_run(silent.address(), method, "1"));
+        ASSERT_TRUE(process.wait_until_stopped());
+        EXPECT_EQ(copies_in_memory(process.pid(), secret), 0U);
+        EXPECT_EQ(copies_in_memory(process.pid(), password), 0U);
+        process.resume();
+        EXPECT_EQ(process.wait().ending, exited_with(1));
+    }
+}
+
+TEST(SecretsInMemory, AreGoneAtTheEndOfARunThatSendsNothing) {
+    const ScratchFolder folder;
+    const std::string without_address = folder.write("without.yaml", R"(
+attributes:
+  User-Name: {code: 1, type: text}
+  User-Password: {code: 2, type: text, encrypt: 1}
+  CHAP-Password: {code: 3, type: octets}
+)");
+    const std::vector<std::vector<std::string>> option_lists = {
+        {"--framed-protocol", "x"}, {"-d", without_address}, {"-d", without_address, "-t", "chap"},
+        {"-d", "/nonexistent"},     {"--nas-port", "x"},     {"-t", "foo"},
+    };
+    for (const std::vector<std::string>& options : option_lists) {
+        SCOPED_TRACE(testing::PrintToString(options));
+        Command command = stopping_run("127.0.0.1:9", "pap", "1");
+        command.arguments.insert(command.arguments.end(), options.begin(), options.end());
+        Process process(command);
+        ASSERT_TRUE(process.wait_until_stopped());
+        EXPECT_EQ(copies_in_memory(process.pid(), secret), 0U);
+        EXPECT_EQ(copies_in_memory(process.pid(), password), 0U);
+        process.resume();
+        EXPECT_EQ(process.wait().ending, exited_with(1));
+    }
+}
+
+TEST(SecretsInMemory, AreGoneAtTheEndWithThePasswordThatCameBack) {
+    constexpr char returned[] = "mark-of-the-returned";
+    constexpr char binary[] = "\x80mark-of-the-binary";  // listed as hexadecimal digits
+    constexpr char binary_digits[] = "0x806d61726b2d6f662d7468652d62696e617279";
+    const auto reply_with = [](std::string_view value) {
+        return answer([value](const Bytes& request) {
+            const Digest authenticator = authenticator_of(request);
+            return reply_to(request,
+                            {.code = 2,
+                             .attributes = attribute(2, hidden_password(value, secret, authenticator)),
+                             .secret = secret});
+        });
+    };
+    for (const std::string& method : methods) {
+        for (const std::string_view value : {returned, binary}) {
+            SCOPED_TRACE(method + " " + std::string(value));
+            UdpPeer peer({reply_with(value)});
+            Process process(stopping_run(peer.address(), method, "1000"));
+            ASSERT_TRUE(process.wait_until_stopped());
+            for (const std::string_view mark : {secret, password, returned, binary, binary_digits}) {
+                EXPECT_EQ(copies_in_memory(process.pid(), mark), 0U) << mark;
+            }
+            process.resume();
+            const ProcessResult result = process.wait();
+            EXPECT_EQ(result.ending, exited_with(0)) << result.errors;
+            EXPECT_NE(
+                result.output.find(value == returned ? "\"" + std::string(returned) + "\"" : binary_digits),
+                std::string::npos)
+                << result.output;
+        }
     }
 }
 

@@ -1,13 +1,16 @@
 // From the command line to the connected socket: what fails, in which order, and what it says.
 #include <gtest/gtest.h>
 #include <netdb.h>
+#include <openssl/crypto.h>
 
 #include <string>
 #include <vector>
 
 #include "end_to_end/client.h"
 #include "testing/dictionaries.h"
+#include "testing/process_memory.h"
 #include "testing/scratch_folder.h"
+#include "testing/udp_peer.h"
 #include "testing/usage_text.h"
 
 namespace quarn::test {
@@ -325,6 +328,41 @@ TEST(StartUp, IgnoresPosixlyCorrect) {
     EXPECT_EQ(result.errors, dictionary_reached());
     EXPECT_EQ(result.output, banner());
     EXPECT_EQ(result.ending, exited_with(1));
+}
+
+// What the program takes from nobody
+
+/// Whether a run of MS-CHAP against a silent peer opens this file as C programs do.
+bool opens(const std::string& file, const std::string& dictionary) {
+    const UdpPeer silent;
+    Command command = authprobe({"-d", dictionary, "--password", "hello", "-t", "mschap", "--timeout", "1",
+                                 "--retry", "1", silent.address(), shared_secret});
+    command.environment = preloading(FAILING_CALLS, "fopen(" + file + ")=stop");
+    return Process(command).wait_until_stopped();
+}
+
+TEST(StartUp, ReadsNoConfigurationOfOpensslsOwn) {
+    const ScratchFolder folder;
+    const std::string dictionary = folder.write("dictionary.yaml", R"(
+attributes:
+  NAS-IP-Address: {code: 4, type: ipv4addr}
+  Message-Authenticator: {code: 80, type: octets}
+  Vendor-Specific: {code: 26, type: vsa}
+  MS-CHAP-Response: {code: 26.311.1, type: octets}
+  MS-CHAP-Challenge: {code: 26.311.11, type: octets}
+)");
+    const std::string configuration = std::string(OPENSSL_info(OPENSSL_INFO_CONFIG_DIR)) + "/openssl.cnf";
+    EXPECT_TRUE(opens(dictionary, dictionary));  // else the next line would tell nothing
+    EXPECT_FALSE(opens(configuration, dictionary));
+}
+
+TEST(StartUp, SetsUniversalTimeWhateverTheMachineHas) {
+    Command command = authprobe({"--help"});
+    command.environment = preloading(STOPPED_AT_END);
+    command.environment["TZ"] = "Asia/Tokyo";
+    Process process(command);
+    ASSERT_TRUE(process.wait_until_stopped());
+    EXPECT_EQ(copies_in_memory(process.pid(), "TZ=UTC0"), 1U);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -63,10 +64,14 @@ RadiusAttribute unknown_attribute(CodePath path, std::string name, const utils::
     return built;
 }
 
+/// The listing of an attribute, which is the same as a text and in a stream.
 std::string listing_of(RadiusAttribute built, const RadiusDictionary* with = dictionary().get()) {
     RadiusPacket packet(dictionary());
     packet.add_attribute(std::move(built));
-    return attribute_listing(packet, with);
+    std::ostringstream stream;
+    write_listing(stream, packet, with);
+    EXPECT_EQ(stream.str(), attribute_listing(packet, with));
+    return stream.str();
 }
 
 std::string listing_of(const std::string& name, const utils::Bytes& value) {

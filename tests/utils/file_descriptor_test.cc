@@ -3,6 +3,10 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cerrno>
+#include <string>
+#include <thread>
 #include <type_traits>
 #include <utility>
 
@@ -59,6 +63,35 @@ TEST(FileDescriptor, ClosesItsOwnWhenAnotherIsMovedIn) {
     EXPECT_EQ(descriptor.get(), second);
     EXPECT_FALSE(is_open(first));
     EXPECT_TRUE(is_open(second));
+}
+
+TEST(WriteAll, WritesOnWhereAPipeTakesAPart) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+    const FileDescriptor reading(ends[0]);
+    FileDescriptor writing(ends[1]);
+    const std::string text(200'000, 'x');  // more than a pipe holds
+    std::string read_text;
+    std::thread reader([&] {
+        std::array<char, 5000> part{};
+        for (ssize_t size = 0; (size = read(reading.get(), part.data(), part.size())) > 0;) {
+            read_text.append(part.data(), static_cast<std::size_t>(size));
+        }
+    });
+    EXPECT_TRUE(write_all(writing.get(), text));
+    EXPECT_TRUE(write_all(writing.get(), ""));
+    writing.close();
+    reader.join();
+    EXPECT_EQ(read_text, text);
+}
+
+TEST(WriteAll, TellsWhenItCannot) {
+    const FileDescriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
+    EXPECT_FALSE(write_all(full.get(), "text"));
+    EXPECT_EQ(errno, ENOSPC);
+    EXPECT_TRUE(write_all(full.get(), ""));
+    EXPECT_FALSE(write_all(-1, "text"));
+    EXPECT_EQ(errno, EBADF);
 }
 
 }  // namespace

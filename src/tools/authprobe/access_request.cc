@@ -7,6 +7,7 @@
 
 #include "authprobe/client_error.h"
 #include "authprobe/leading_number.h"
+#include "authprobe/user_password.h"
 #include "common/default_paths.h"
 #include "quarn/radius/packet_code.h"
 #include "quarn/radius/random.h"
@@ -83,6 +84,7 @@ AccessRequest build_access_request(const Probe& probe, const std::string& local_
                                    std::shared_ptr<const RadiusDictionary> dictionary) {
     try {
         RadiusPacket packet(std::move(dictionary));
+        const WipedUserPassword wiped_password(packet);
         packet.code = radius::ACCESS_REQUEST;
         packet.identifier = static_cast<std::uint8_t>(getpid());
         packet.authenticator = radius::random_authenticator();

@@ -19,6 +19,7 @@
 #include "authprobe/server_connection.h"
 #include "authprobe/user_password.h"
 #include "authprobe/verdict.h"
+#include "common/wiped_output.h"
 #include "quarn/radius/dictionary.h"
 
 namespace {
@@ -58,14 +59,18 @@ void print_banner() {
 
 /// Does all that there is to do; returns the exit status. The dictionary is handed out to outlive the run.
 int run(int argc, char* argv[], std::shared_ptr<const RadiusDictionary>& dictionary) {
-    const Probe probe = check_settings(read_command_line(argc, argv));
+    Probe probe = check_settings(read_command_line(argc, argv));
     ServerConnection connection(probe.settings);
 
     dictionary = load_dictionary(probe.settings);
     AccessRequest request = build_access_request(probe, connection.local().host_text(), dictionary);
 
-    announce_request(request, connection);
-    wipe_user_password(request.packet);  // the datagram carries it, hidden
+    probe.settings.password = {};  // the request carries the credential
+
+    {
+        const WipedUserPassword wiped_password(request.packet);  // the datagram carries it, hidden
+        announce_request(request, connection);
+    }
     const auto reply = exchange(request, connection, probe.settings);
     connection.close();
     return reply ? judge_reply(*reply, request, connection, probe.settings) : report_silence(connection);
@@ -77,10 +82,12 @@ int main(int argc, char* argv[]) {
     hold_standard_streams();
     ignore_environment();
     survive_closed_pipes();
-    print_banner();
     std::shared_ptr<const RadiusDictionary> dictionary;
     int status = EXIT_FAILURE;
     try {
+        // The listing shows passwords.
+        const quarn::tools::WipedOutput wiped_output(std::cout, STDOUT_FILENO);
+        print_banner();
         status = run(argc, argv, dictionary);
     } catch (const ClientError& error) {
         std::cerr << error.what();

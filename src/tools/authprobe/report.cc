@@ -21,7 +21,7 @@ std::string code_name(std::uint8_t code) {
 }
 
 void print_attributes(const radius::RadiusPacket& packet, const radius::RadiusDictionary* dictionary) {
-    std::cout << attribute_listing(packet, dictionary);
+    write_listing(std::cout, packet, dictionary);
 }
 
 }  // namespace quarn::authprobe

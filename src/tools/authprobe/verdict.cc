@@ -76,9 +76,11 @@ int judge_reply(utils::byte_span datagram, const AccessRequest& request, const S
     }
     const RadiusPacketValRes result = decoded->validation().value();
     RadiusPacket reply = std::move(*decoded).take_unverified_packet();
-    reveal_user_password(reply, settings.secret);
-    announce_reply(reply, datagram.size(), connection);
-    wipe_user_password(reply);
+    {
+        const WipedUserPassword wiped_password(reply);
+        reveal_user_password(reply, settings.secret);
+        announce_reply(reply, datagram.size(), connection);
+    }
 
     if (result.error != ValidationError::None) {
         return report_invalid_reply(result);

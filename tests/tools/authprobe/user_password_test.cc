@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -75,6 +77,37 @@ TEST(WipeUserPassword, LeavesAPacketWithoutOne) {
     packet.add_attribute("User-Name", "bob");
     wipe_user_password(packet);
     EXPECT_EQ(packet.attribute_order.front()->values.front().as_string(), "bob");
+}
+
+TEST(WipedUserPassword, IsWipedHoweverItsScopeIsLeft) {
+    RadiusPacket packet = packet_with("text", utils::to_bytes("open sesame"));
+    try {
+        const WipedUserPassword wiped(packet);
+        EXPECT_EQ(password_of(packet).as_string(), "open sesame");
+        throw std::runtime_error("left");
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_EQ(password_of(packet).data, Bytes(11));
+}
+
+TEST(WipedUserPassword, StaysWhereItWasMoved) {
+    RadiusPacket packet = packet_with("text", utils::to_bytes("open sesame"));
+    std::optional<RadiusPacket> moved;
+    {
+        const WipedUserPassword wiped(packet);
+        moved = std::move(packet);
+    }
+    EXPECT_EQ(password_of(*moved).as_string(), "open sesame");
+}
+
+// A value of 24 bytes is not hidden: what is hidden comes in blocks of 16 (RFC 2865, section 5.2).
+TEST(RevealUserPassword, LeavesAlonePartsOfABlock) {
+    for (const std::size_t size : {1U, 8U, 15U, 17U, 24U, 31U, 40U}) {
+        const Bytes bytes(size, 7);
+        RadiusPacket reply = packet_with("text", bytes);
+        reveal_user_password(reply, "secret");
+        EXPECT_EQ(password_of(reply).data, bytes);
+    }
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstddef>
 #include <functional>
 #include <string_view>
@@ -11,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "quarn/utils/file_descriptor.h"
 #include "quarn_radius/dictionary/problem.h"
 
 namespace quarn::quarn_radius {
@@ -62,24 +62,13 @@ void make_folder(const fs::path& folder, Undo& undo) {
     fs::create_directory(folder, failure);
 }
 
-bool write_all(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(descriptor, text.data(), text.size());
-        if (written < 0 && errno != EINTR) {
-            return false;
-        }
-        text.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
 /// Writes a file that must not be there yet.
 bool write_new_file(const fs::path& path, std::string_view text) {
     const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (descriptor < 0) {
         return false;
     }
-    const bool is_written = write_all(descriptor, text);
+    const bool is_written = utils::write_all(descriptor, text);
     // Some file systems tell only now that the disk is full.
     return ::close(descriptor) == 0 && is_written;
 }

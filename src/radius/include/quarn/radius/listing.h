@@ -7,6 +7,7 @@
 //          Service-Type = Framed-User
 #pragma once
 
+#include <iosfwd>
 #include <string>
 
 #include "quarn/radius/dictionary.h"
@@ -19,5 +20,9 @@ namespace quarn::subscriber::radius {
 /// cannot be shown as text is in hexadecimal. Without a dictionary (null), numbers have no names and texts no
 /// quotation marks.
 std::string attribute_listing(const RadiusPacket& packet, const RadiusDictionary* dictionary);
+
+/// Writes the listing to a stream. Texts and hexadecimal digits, passwords among them, are copied to the
+/// stream's buffer and nowhere else.
+void write_listing(std::ostream& output, const RadiusPacket& packet, const RadiusDictionary* dictionary);
 
 }  // namespace quarn::subscriber::radius

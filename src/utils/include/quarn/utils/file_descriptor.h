@@ -3,6 +3,9 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstddef>
+#include <string_view>
 #include <utility>
 
 namespace quarn::utils {
@@ -38,5 +41,18 @@ class FileDescriptor {
   private:
     int descriptor_;
 };
+
+/// Writes all of the text, going on after signals. False, with `errno` set, when not all of it could be
+/// written.
+inline bool write_all(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(descriptor, text.data(), text.size());
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        text.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
+    }
+    return true;
+}
 
 }  // namespace quarn::utils
