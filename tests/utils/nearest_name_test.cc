@@ -18,6 +18,15 @@ TEST(EditDistance, CountsSlipsOfEveryKind) {
     EXPECT_EQ(edit_distance("", "code"), 4U);
 }
 
+TEST(EditDistance, TakesTwoLettersForSwappedIfBothAre) {
+    EXPECT_EQ(edit_distance("xa", "ay"), 2U);
+    EXPECT_EQ(edit_distance("ax", "ya"), 2U);
+    EXPECT_EQ(edit_distance("xab", "xba"), 1U);
+    EXPECT_EQ(edit_distance("abx", "bax"), 1U);
+    EXPECT_EQ(edit_distance("abc", "cba"), 2U);
+    EXPECT_EQ(edit_distance("abab", "baba"), 2U);
+}
+
 TEST(EditDistance, IgnoresCase) {
     EXPECT_EQ(edit_distance("TYPE", "type"), 0U);
 }

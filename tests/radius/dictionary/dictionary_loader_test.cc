@@ -166,6 +166,36 @@ attributes:
     EXPECT_EQ(recorder.warnings(), Warnings{});
 }
 
+TEST_F(DictionaryFile, TakesTheFirstOfTwoEqualKeys) {
+    const std::string lines[] = {
+        R"(  "A": {"code": "11", "code": "12", "type": "text", "type": "octets", "encrypt": 1, "encrypt": 2},)",
+        R"(  "B": {"code": "13", "has_tag": true, "has_tag": false, "concat": true, "concat": false},)",
+        R"(  "C": {"code": "14", "type": "enum", "values": {"On": 1}, "values": {"Off": 2}})"};
+    const std::string json =
+        "{\n\"vendor\": {\"id\": 9, \"id\": 10, \"name\": \"V\", \"name\": \"W\", \"format\": \"2,1\", "
+        "\"format\": \"1,1\"},\n\"attributes\": {\n" +
+        lines[0] + "\n" + lines[1] + "\n" + lines[2] +
+        "\n},\n\"attributes\": {\"D\": {\"code\": \"15\"}}\n}\n";
+    for (const std::string& text : {json, json + "# for YAML's reader\n"}) {
+        SCOPED_TRACE(text);
+        RadiusDictionary loaded;
+        loaded.load(write("keys.yaml", text));
+        const AttributeMetadata& first = loaded.attribute_by_name("A");
+        EXPECT_EQ(first.code, CodePath{11});
+        EXPECT_EQ(first.type, "text");
+        EXPECT_EQ(first.encrypt, 1U);
+        EXPECT_TRUE(loaded.attribute_by_name("B").has_tag);
+        EXPECT_TRUE(loaded.attribute_by_name("B").concat);
+        EXPECT_EQ(loaded.enum_value("C", "On"), 1U);
+        EXPECT_EQ(loaded.enum_value("C", "Off"), std::nullopt);
+        EXPECT_FALSE(loaded.attribute_by_name("D").known);
+        ASSERT_NE(loaded.vendor_by_id(9), nullptr);
+        EXPECT_EQ(loaded.vendor_by_id(9)->name, "V");
+        EXPECT_EQ(loaded.vendor_by_id(9)->format, "2,1");
+        EXPECT_EQ(loaded.vendor_by_id(10), nullptr);
+    }
+}
+
 TEST_F(DictionaryFile, MayBeEmpty) {
     for (const char* const yaml : {"", "\n", "# nothing here\n", "---\n", "~\n", "{}\n"}) {
         SCOPED_TRACE(yaml);

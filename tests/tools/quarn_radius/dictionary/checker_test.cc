@@ -351,6 +351,16 @@ TEST_F(DictionaryCheckTest, CodesOfMoreThan32BitsAreToldAsWhatTheyAreReadAs) {
     }
 }
 
+TEST_F(DictionaryCheckTest, ANegativeZeroInACodeIsZero) {
+    EXPECT_EQ(check("vendor: {id: 0, name: Zero}\nattributes:\n  A: {code: 26.-0.1, type: text}\n"), Lines{});
+    EXPECT_EQ(
+        check("vendor: {id: 0, name: Zero}\nattributes:\n  A: {code: 26.0.-1, type: text}\n"),
+        (Lines{"root.yaml:3: warning: 'code' of A is out of range: \"26.0.-1\" is read as "
+               "26.0.4294967295",
+               "root.yaml:3: warning: code 26.0.4294967295 of A does not fit: vendor type 4294967295 is "
+               "above 255"}));
+}
+
 TEST_F(DictionaryCheckTest, KnowsEveryTypeOfTheSchema) {
     const YAML::Node schema = YAML::LoadFile(QUARN_SOURCE_DIR "/share/quarn/radius/dictionary.schema.json");
     const YAML::Node types = schema["definitions"]["attribute"]["properties"]["type"]["anyOf"][0]["enum"];

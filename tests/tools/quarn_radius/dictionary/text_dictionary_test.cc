@@ -46,6 +46,35 @@ TEST_F(TextDictionaryTest, ReadsAttributesOfNoVendor) {
     EXPECT_EQ(read_back.values[0].number, 16U);
 }
 
+TEST_F(TextDictionaryTest, ReadsHexadecimalNumbersInEitherCase) {
+    const TextDictionary read_back = read(
+        "VENDOR Example 0XfBf0\n"
+        "ATTRIBUTE One 0X0b.0Xc string\n"
+        "VALUE One Large 0XFFFFFFFF\nVALUE One Small 0x0\n");
+    EXPECT_EQ(reported(), Lines{});
+    ASSERT_EQ(read_back.vendors.size(), 1U);
+    EXPECT_EQ(read_back.vendors[0].id, 64496U);
+    ASSERT_EQ(read_back.attributes.size(), 1U);
+    EXPECT_EQ(read_back.attributes[0].code, (CodePath{11, 12}));
+    ASSERT_EQ(read_back.values.size(), 2U);
+    EXPECT_EQ(read_back.values[0].number, 4294967295U);
+    EXPECT_EQ(read_back.values[1].number, 0U);
+}
+
+TEST_F(TextDictionaryTest, RefusesHalfHexadecimalNumbers) {
+    read(
+        "VALUE One A 0x\nVALUE One B 0X\nVALUE One C x1\nVALUE One D 00x1\nVALUE One E 1a\n"
+        "VALUE One F 0x100000000\n");
+    EXPECT_EQ(reported(), (Lines{
+                              "dictionary:1: error: invalid number 0x of VALUE A of One",
+                              "dictionary:2: error: invalid number 0X of VALUE B of One",
+                              "dictionary:3: error: invalid number x1 of VALUE C of One",
+                              "dictionary:4: error: invalid number 00x1 of VALUE D of One",
+                              "dictionary:5: error: invalid number 1a of VALUE E of One",
+                              "dictionary:6: error: invalid number 0x100000000 of VALUE F of One",
+                          }));
+}
+
 TEST_F(TextDictionaryTest, PutsTheVendorInFrontOfTheCodesOfItsBlock) {
     const TextDictionary read_back = read(
         "VENDOR Example 64496 format=2,1\n"
