@@ -434,7 +434,7 @@ std::vector<std::string> file_names(const std::vector<DictionaryContent>& conten
         }
         std::string stem = file_stem(content.vendor->name);
         while (stem.empty() || !taken.insert(stem).second) {
-            stem += (stem.empty() ? "" : "-") + std::to_string(content.vendor->id);
+            stem.append(stem.empty() ? "" : "-").append(std::to_string(content.vendor->id));
         }
         names.push_back("vendor/" + stem + ".yaml");
     }
