@@ -13,7 +13,7 @@ WipingBuffer::WipingBuffer(int descriptor) : descriptor_(descriptor) {
 }
 
 WipingBuffer::~WipingBuffer() {
-    sync();
+    WipingBuffer::sync();
 }
 
 WipingBuffer::int_type WipingBuffer::overflow(int_type character) {
