@@ -51,6 +51,7 @@ fs::file_status status_of(const fs::path& path) {
     return fs::symlink_status(path, ignored);
 }
 
+// NOLINTNEXTLINE(misc-no-recursion): as deep as the path that the user typed has parts
 void make_folder(const fs::path& folder, Undo& undo) {
     std::error_code failure;
     if (folder.empty() || fs::is_directory(folder, failure)) {
