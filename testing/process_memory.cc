@@ -52,6 +52,7 @@ std::size_t copies_in_memory(pid_t pid, std::string_view text) {
         char permissions[5] = {};
         // The sanitizers reserve terabytes, which they hardly use.
         constexpr std::uint64_t largest = std::uint64_t{1} << 30;
+        // NOLINTNEXTLINE(cert-err34-c): the kernel writes these numbers
         if (std::sscanf(line.c_str(), "%" SCNx64 "-%" SCNx64 " %4s", &start, &end, permissions) != 3 ||
             permissions[1] != 'w' || end - start > largest) {
             continue;
