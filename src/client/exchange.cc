@@ -98,8 +98,8 @@ void Exchange::handle(Event event, TimePoint now) {
         take(std::move(*packet), now);
     } else if (const auto* const error = std::get_if<TransportError>(&event)) {
         take(*error);
-    } else if (std::holds_alternative<Closed>(event)) {
-        finish(Closed{});
+    } else if (const auto* const closed = std::get_if<Closed>(&event)) {
+        finish(*closed);
     }
 }
 

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -43,6 +44,7 @@ struct TimedOut {
 
 /// The other side, or a failure, has ended the connection: no packet will come any more.
 struct Closed {
+    std::size_t unfinished = 0;  ///< bytes received of a packet that was never finished
     bool operator==(const Closed&) const = default;
 };
 
@@ -99,6 +101,27 @@ class Transport {
   protected:
     Transport(Transport&&) = default;             ///< for transports that can be moved
     Transport& operator=(Transport&&) = default;  ///< the same
+};
+
+/// What to wait for with `poll`, so that several transports are waited for at once.
+struct Interest {
+    int descriptor = -1;                    ///< still owned by the transport; negative: nothing
+    bool write = false;                     ///< until bytes can be written, too: to connect, say
+    std::optional<TimePoint> wake_up = {};  ///< until this time at the latest, for timers of the transport
+};
+
+/// A transport that can be waited for beside others. When the interest is met, `receive` with a deadline that
+/// has passed does the work and gives what there is.
+class PollableTransport : public Transport {
+  public:
+    /// What to wait for now.
+    virtual Interest interest() const = 0;
+
+    /// Whether packets arrive in order on one connection: nothing is sent twice then.
+    virtual bool is_stream() const = 0;
+
+    /// Whether there is a connection; false for a transport that has none, as UDP.
+    virtual bool is_connected() const = 0;
 };
 
 }  // namespace quarn::client

@@ -17,7 +17,7 @@ namespace quarn::client {
 
 /// A UDP socket as a transport. With an error queue, a packet that has arrived comes before a report of the
 /// network; without, errors of the system calls are all that is told.
-class UdpTransport : public Transport {
+class UdpTransport : public PollableTransport {
   public:
     /// Opens a socket to the server.
     static utils::Result<UdpTransport, net::OpenError> open(const net::Address& server,
@@ -31,6 +31,10 @@ class UdpTransport : public Transport {
 
     std::optional<net::Address> local_address() const override { return socket_.local_address(); }
     net::Address remote_address() const override { return socket_.remote_address(); }
+
+    Interest interest() const override { return {.descriptor = socket_.descriptor()}; }
+    bool is_stream() const override { return false; }
+    bool is_connected() const override { return false; }
 
     int descriptor() const { return socket_.descriptor(); }  ///< to wait for several at once; still owned
 

@@ -1,0 +1,72 @@
+// Everything that a conversation needs of the world outside: time, names, transports, and waiting.
+//
+//     SystemNetwork network;
+//     const auto conversations = converse(job, secret, dictionary, {}, network);
+//
+// A test hands in a network of its own, with a clock that stands still and transports that follow a script.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "quarn/client/server.h"
+#include "quarn/client/transport.h"
+#include "quarn/net/address.h"
+#include "quarn/net/resolve.h"
+#include "quarn/net/udp_socket.h"
+#include "quarn/utils/result.h"
+
+namespace quarn::client {
+
+/// What a transport is opened with.
+struct TransportOptions {
+    TransportKind kind = TransportKind::Udp;
+    std::optional<net::Address> source = {};  ///< bound to; port 0 leaves the port to the kernel
+    std::string interface = {};               ///< the only network interface to use; empty: any
+};
+
+/// The world outside.
+class Network {
+  public:
+    Network() = default;
+    Network(const Network&) = delete;
+    Network& operator=(const Network&) = delete;
+    virtual ~Network() = default;
+
+    virtual TimePoint now() = 0;  ///< the time; never goes back
+
+    /// The addresses of a host in the resolver's order, at least one. Gives up at the deadline with the code
+    /// `EAI_AGAIN` and the system error `ETIMEDOUT`.
+    virtual utils::Result<std::vector<net::Address>, net::ResolveError> resolve(
+        std::string_view host, std::uint16_t port, const net::ResolveOptions& options,
+        TimePoint deadline) = 0;
+
+    /// Opens a transport to an address. A connection need not be there yet: `receive` tells of its failure.
+    virtual utils::Result<std::unique_ptr<PollableTransport>, net::OpenError> open(
+        const net::Address& server, const TransportOptions& options) = 0;
+
+    /// Waits until one of the transports may have something to do, or the time has come. May return early.
+    virtual void wait(std::span<PollableTransport* const> transports, TimePoint deadline) = 0;
+};
+
+/// This machine's network: UDP sockets that are not connected and read their error queue, TCP connections
+/// that are made without blocking, the system's resolver with a deadline. Numeric addresses are resolved at
+/// once, without a thread.
+class SystemNetwork : public Network {
+  public:
+    TimePoint now() override;
+    utils::Result<std::vector<net::Address>, net::ResolveError> resolve(std::string_view host,
+                                                                        std::uint16_t port,
+                                                                        const net::ResolveOptions& options,
+                                                                        TimePoint deadline) override;
+    utils::Result<std::unique_ptr<PollableTransport>, net::OpenError> open(
+        const net::Address& server, const TransportOptions& options) override;
+    void wait(std::span<PollableTransport* const> transports, TimePoint deadline) override;
+};
+
+}  // namespace quarn::client
