@@ -3,12 +3,49 @@
 #include <netdb.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
+#include <new>
+#include <system_error>
+#include <thread>
+#include <utility>
 
 #include "socket_address.h"
 
 namespace quarn::net {
+
+namespace {
+
+using Resolved = utils::Result<std::vector<Address>, ResolveError>;
+
+/// What a resolving thread and whoever waits for it share. The last of the two destroys it.
+struct Resolving {
+    std::mutex mutex;
+    std::condition_variable done;
+    std::optional<Resolved> result;
+};
+
+/// What `getaddrinfo` says of a numeric address: itself, or that it is not of the family wanted.
+Resolved numeric_address(const Address& address, const ResolveOptions& options) {
+    if (options.family.value_or(address.family()) != address.family()) {
+        return ResolveError{EAI_ADDRFAMILY, 0};
+    }
+    return std::vector{address};
+}
+
+/// For a thread, which nothing may be thrown out of.
+Resolved resolve_or_report(const std::string& host, std::uint16_t port, const ResolveOptions& options) {
+    try {
+        return resolve(host, port, options);
+    } catch (const std::bad_alloc&) {
+        return ResolveError{EAI_MEMORY, 0};
+    }
+}
+
+}  // namespace
 
 std::string ResolveError::text() const {
     return gai_strerror(code);
@@ -39,6 +76,32 @@ utils::Result<std::vector<Address>, ResolveError> resolve(std::string_view host,
         return ResolveError{code, system_error};
     }
     return addresses;
+}
+
+Resolved resolve_within(std::string_view host, std::uint16_t port, const ResolveOptions& options,
+                        std::chrono::nanoseconds time) {
+    if (const auto address = Address::parse(host, port)) {
+        return numeric_address(*address, options);
+    }
+    const auto resolving = std::make_shared<Resolving>();
+    try {
+        std::thread([resolving, name = std::string(host), port, options] {
+            Resolved result = resolve_or_report(name, port, options);
+            const std::lock_guard lock(resolving->mutex);
+            resolving->result = std::move(result);
+            resolving->done.notify_one();
+        }).detach();
+    } catch (const std::system_error& error) {
+        return ResolveError{EAI_SYSTEM, error.code().value()};
+    }
+    // Longer waits than this would overflow the clock.
+    constexpr std::chrono::nanoseconds longest = std::chrono::hours(24 * 365);
+    std::unique_lock lock(resolving->mutex);
+    if (!resolving->done.wait_for(lock, std::clamp(time, std::chrono::nanoseconds::zero(), longest),
+                                  [&] { return resolving->result.has_value(); })) {
+        return ResolveError{EAI_AGAIN, ETIMEDOUT};
+    }
+    return *std::move(resolving->result);
 }
 
 }  // namespace quarn::net

@@ -45,6 +45,7 @@ struct TimedOut {
 /// The other side, or a failure, has ended the connection: no packet will come any more.
 struct Closed {
     std::size_t unfinished = 0;  ///< bytes received of a packet that was never finished
+
     bool operator==(const Closed&) const = default;
 };
 

@@ -6,6 +6,7 @@
 //     }
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -41,5 +42,12 @@ struct ResolveError {
 /// numeric address without brackets. Asks the system's resolver, which may take as long as its own time-outs.
 utils::Result<std::vector<Address>, ResolveError> resolve(std::string_view host, std::uint16_t port,
                                                           const ResolveOptions& options);
+
+/// The same, but gives up when the time is over, with the code EAI_AGAIN and the system error ETIMEDOUT. A
+/// numeric address is read at once. A name is resolved by a thread of its own, which goes on in the
+/// background when it is given up, and holds nothing but memory of its own.
+utils::Result<std::vector<Address>, ResolveError> resolve_within(std::string_view host, std::uint16_t port,
+                                                                 const ResolveOptions& options,
+                                                                 std::chrono::nanoseconds time);
 
 }  // namespace quarn::net
