@@ -1,6 +1,7 @@
 #include "quarn/radius/auth.h"
 
 #include <openssl/evp.h>
+#include <openssl/provider.h>
 
 #include <algorithm>
 #include <initializer_list>
@@ -88,6 +89,14 @@ ChallengeResponse nt_response(const MsChapChallenge& challenge, std::string_view
     return challenge_response(challenge, hash);
 }
 
+/// What an MS-CHAPv2 response really answers (RFC 2759, section 8.2).
+MsChapChallenge challenge_hash(std::string_view user_name, const MsChapV2Challenge& authenticator_challenge,
+                               const MsChapV2Challenge& peer_challenge) {
+    MsChapChallenge hash{};
+    digest_into(hash, EVP_sha1(), {peer_challenge, authenticator_challenge, utils::as_bytes(user_name)});
+    return hash;
+}
+
 std::string put_at(std::string value, std::size_t offset, byte_span bytes) {
     return value.replace(offset, bytes.size(), utils::as_text(bytes));
 }
@@ -138,14 +147,45 @@ std::string mschap_response(std::uint8_t identifier, std::string_view password,
 std::string mschapv2_response(std::uint8_t identifier, std::string_view user_name, std::string_view password,
                               const MsChapV2Challenge& authenticator_challenge,
                               const MsChapV2Challenge& peer_challenge) {
-    MsChapChallenge challenge_hash{};
-    digest_into(challenge_hash, EVP_sha1(),
-                {peer_challenge, authenticator_challenge, utils::as_bytes(user_name)});
-
+    const MsChapChallenge challenge = challenge_hash(user_name, authenticator_challenge, peer_challenge);
     std::string value(response_size, '\0');
     value[0] = static_cast<char>(identifier);
     value = put_at(std::move(value), peer_challenge_offset, peer_challenge);
-    return put_at(std::move(value), nt_response_offset, nt_response(challenge_hash, password));
+    return put_at(std::move(value), nt_response_offset, nt_response(challenge, password));
+}
+
+MsChapV2AuthenticatorResponse mschapv2_authenticator_response(
+    std::string_view user_name, std::string_view password, const MsChapV2Challenge& authenticator_challenge,
+    const MsChapV2Challenge& peer_challenge) {
+    // Magic1 and Magic2 of RFC 2759, section 8.7.
+    constexpr std::string_view server_to_client = "Magic server to client signing constant";
+    constexpr std::string_view one_more_iteration = "Pad to make it do more than one iteration";
+
+    NtPasswordHash hash = nt_password_hash(password);
+    const utils::WipedAtEnd wipe_hash(hash);
+    std::array<std::uint8_t, 16> hash_of_hash{};
+    const utils::WipedAtEnd wipe_hash_of_hash(hash_of_hash);
+    const DigestAlgorithm md4(EVP_MD_fetch(nullptr, "MD4", nullptr));
+    digest_into(hash_of_hash, md4.get(), {hash});
+
+    const MsChapChallenge challenge = challenge_hash(user_name, authenticator_challenge, peer_challenge);
+    const ChallengeResponse response = challenge_response(challenge, hash);
+    MsChapV2AuthenticatorResponse result{};
+    digest_into(result, EVP_sha1(), {hash_of_hash, response, utils::as_bytes(server_to_client)});
+    const MsChapV2AuthenticatorResponse inner = result;
+    digest_into(result, EVP_sha1(), {inner, challenge, utils::as_bytes(one_more_iteration)});
+    return result;
+}
+
+bool load_mschap_algorithms() {
+    // A provider loaded by name turns off the implicit loading of the default one, so that comes first. Their
+    // handles are kept and never given back.
+    static const OSSL_PROVIDER* const default_provider = OSSL_PROVIDER_load(nullptr, "default");
+    if (default_provider == nullptr) {
+        return false;
+    }
+    static const OSSL_PROVIDER* const legacy_provider = OSSL_PROVIDER_load(nullptr, "legacy");
+    return legacy_provider != nullptr;
 }
 
 }  // namespace quarn::subscriber::radius::auth

@@ -1,8 +1,9 @@
 // The credential values of an Access-Request: CHAP, MS-CHAP and MS-CHAPv2.
 //
 // The functions are pure; the caller chooses identifier and challenges. MD4 and DES come from OpenSSL's
-// "legacy" provider, which the program has to load beforehand; without them the bytes that depend on them are
-// zero, and no error is raised. User names and passwords are taken byte by byte as they are.
+// "legacy" provider, which the program has to load beforehand (`load_mschap_algorithms`); without them the
+// bytes that depend on them are zero, and no error is raised. User names and passwords are taken byte by byte
+// as they are.
 #pragma once
 
 #include <array>
@@ -12,10 +13,11 @@
 
 namespace quarn::subscriber::radius::auth {
 
-using MsChapChallenge = std::array<std::uint8_t, 8>;     ///< RFC 2433, section 5
-using MsChapV2Challenge = std::array<std::uint8_t, 16>;  ///< RFC 2759, sections 4 and 5
-using NtPasswordHash = std::array<std::uint8_t, 16>;     ///< RFC 2759, section 8.3
-using ChallengeResponse = std::array<std::uint8_t, 24>;  ///< RFC 2759, section 8.5
+using MsChapChallenge = std::array<std::uint8_t, 8>;                 ///< RFC 2433, section 5
+using MsChapV2Challenge = std::array<std::uint8_t, 16>;              ///< RFC 2759, sections 4 and 5
+using NtPasswordHash = std::array<std::uint8_t, 16>;                 ///< RFC 2759, section 8.3
+using ChallengeResponse = std::array<std::uint8_t, 24>;              ///< RFC 2759, section 8.5
+using MsChapV2AuthenticatorResponse = std::array<std::uint8_t, 20>;  ///< RFC 2759, section 8.7
 
 /// The value of CHAP-Password (RFC 2865, section 5.3; RFC 1994, section 4.1): the identifier and
 /// MD5(identifier, password, challenge), 17 bytes.
@@ -38,5 +40,14 @@ std::string mschap_response(std::uint8_t identifier, std::string_view password,
 std::string mschapv2_response(std::uint8_t identifier, std::string_view user_name, std::string_view password,
                               const MsChapV2Challenge& authenticator_challenge,
                               const MsChapV2Challenge& peer_challenge);
+
+/// What a server that knows the password answers to such a response (RFC 2759, section 8.7), 20 bytes: "S="
+/// and their hexadecimal digits in MS-CHAP2-Success.
+MsChapV2AuthenticatorResponse mschapv2_authenticator_response(
+    std::string_view user_name, std::string_view password, const MsChapV2Challenge& authenticator_challenge,
+    const MsChapV2Challenge& peer_challenge);
+
+/// Loads OpenSSL's providers of MD4 and DES, for the life of the process. False when there are none.
+bool load_mschap_algorithms();
 
 }  // namespace quarn::subscriber::radius::auth
