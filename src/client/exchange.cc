@@ -14,6 +14,11 @@ TimePoint later(TimePoint time, Duration span) {
     return time > TimePoint::max() - positive ? TimePoint::max() : time + positive;
 }
 
+/// What is left of a span after a part of it was spent. A negative part is taken for none.
+Duration less(Duration span, Duration spent) {
+    return spent > Duration::zero() ? std::max(span, Duration::zero()) - spent : span;
+}
+
 /// Errors that say nothing of the server. Waiting goes on: a signal came; a datagram with a wrong checksum is
 /// gone; a router wants smaller fragments, which the next try will have.
 bool is_passing(const TransportError& error) {
@@ -54,7 +59,8 @@ Action Exchange::next(TimePoint now) {
             return start_try(now);
         case State::Sent:
             // The time to wait begins here, with the request sent. It is waited once even when it is zero.
-            deadline_ = later(now, options_.timeout);
+            deadline_ =
+                later(now, sends_ == 1 ? less(options_.timeout, options_.already_spent) : options_.timeout);
             state_ = State::Waiting;
             [[fallthrough]];
         case State::Waiting:

@@ -88,16 +88,17 @@ void for_each_hidden_value(radius::RadiusPacket& packet, Act act) {
 // Not in the unnamed namespace: a reply lets it use what is private.
 class __attribute__((visibility("hidden"))) ReplyDecoder {
   public:
-    ReplyDecoder(utils::byte_span datagram, const EncodedRequest& request, std::string_view secret)
-        : datagram_(datagram), request_(request), secret_(secret) {}
+    ReplyDecoder(utils::byte_span datagram, const EncodedRequest& request, std::string_view secret,
+                 const ReplyOptions& options)
+        : datagram_(datagram), request_(request), secret_(secret), options_(options) {}
 
-    DecodedReply decode(std::shared_ptr<const radius::RadiusDictionary> dictionary, Reveal reveal) {
+    DecodedReply decode(std::shared_ptr<const radius::RadiusDictionary> dictionary) {
         if (!load(std::move(dictionary))) {
             return std::move(reply_);
         }
         reply_.validation_ = reply_.packet_->validate(secret_);
         reply_.status_ = judge();
-        if (reply_.status_ == ReplyStatus::Verified && reveal == Reveal::HiddenValues) {
+        if (reply_.status_ == ReplyStatus::Verified && options_.reveal == Reveal::HiddenValues) {
             reveal_hidden_values();
         }
         return std::move(reply_);
@@ -124,7 +125,7 @@ class __attribute__((visibility("hidden"))) ReplyDecoder {
         if (reply_.packet_->identifier != request_.identifier()) {
             return ReplyStatus::WrongIdentifier;
         }
-        if (!is_reply_code(request_.code(), reply_.packet_->code)) {
+        if (options_.codes == ReplyCodes::Fitting && !is_reply_code(request_.code(), reply_.packet_->code)) {
             return ReplyStatus::UnexpectedCode;
         }
         const SignatureAttributes attributes = signature_attributes_of(datagram_);
@@ -145,14 +146,36 @@ class __attribute__((visibility("hidden"))) ReplyDecoder {
         checks.response_authenticator =
             check_of(radius::response_authenticator_fits(datagram_, request_.authenticator(), secret_));
         if (attributes.is_signed()) {
-            checks.message_authenticator = check_of(radius::message_authenticator_fits(
-                datagram_, attributes.digest_offset, request_.authenticator(), secret_));
+            checks.message_authenticator =
+                check_of(is_signed_over(attributes.digest_offset, request_.authenticator()));
+            if (checks.message_authenticator == Check::Failed && may_be_signed_over_zeros() &&
+                is_signed_over(attributes.digest_offset, radius::ZERO16)) {
+                checks.message_authenticator = Check::Passed;
+                checks.over_zeros = true;
+            }
         }
         if (checks.message_authenticator == Check::Failed) {
             return ReplyStatus::MessageAuthenticatorWrong;
         }
         return checks.response_authenticator == Check::Passed ? ReplyStatus::Verified
                                                               : ReplyStatus::ResponseAuthenticatorWrong;
+    }
+
+    bool is_signed_over(std::size_t digest_offset, const radius::Authenticator& authenticator) const {
+        return radius::message_authenticator_fits(datagram_, digest_offset, authenticator, secret_);
+    }
+
+    bool may_be_signed_over_zeros() const {
+        switch (reply_.packet_->code) {
+            case radius::ACCOUNTING_RESPONSE:
+            case radius::DISCONNECT_ACK:
+            case radius::DISCONNECT_NAK:
+            case radius::COA_ACK:
+            case radius::COA_NAK:
+                return options_.signed_over == SignedOver::RequestAuthenticatorOrZeros;
+            default:
+                return false;
+        }
     }
 
     void reveal_hidden_values() {
@@ -166,6 +189,7 @@ class __attribute__((visibility("hidden"))) ReplyDecoder {
     utils::byte_span datagram_;
     const EncodedRequest& request_;
     std::string_view secret_;
+    const ReplyOptions& options_;
     DecodedReply reply_;
 };
 
@@ -228,7 +252,7 @@ DecodedReply decode_reply(utils::byte_span datagram, const EncodedRequest& reque
     if (!dictionary) {
         throw std::invalid_argument("decode_reply: dictionary required");
     }
-    return ReplyDecoder(datagram, request, secret).decode(std::move(dictionary), options.reveal);
+    return ReplyDecoder(datagram, request, secret, options).decode(std::move(dictionary));
 }
 
 }  // namespace quarn::client

@@ -66,6 +66,7 @@ struct ExchangeOptions {
     Duration timeout = std::chrono::seconds(5);      ///< how long a try waits; none when negative
     Policy policy = Policy::NextTry;                 ///< what to do about packets that are not the reply
     Duration grace = std::chrono::milliseconds(50);  ///< for `Policy::EndAfterGrace`
+    Duration already_spent = Duration::zero();  ///< of the first try's time, on resolving the server, say
 };
 
 /// A packet that is not the reply.

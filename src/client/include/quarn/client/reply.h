@@ -49,15 +49,35 @@ struct ReplyChecks {
     Check response_authenticator = Check::NotMade;  ///< which every reply has
     Check message_authenticator = Check::NotMade;   ///< also when the reply has none
 
+    /// Whether the Message-Authenticator passed because it was computed over sixteen zero octets.
+    bool over_zeros = false;
+
     bool operator==(const ReplyChecks&) const = default;
 };
 
 /// Whether the hidden values (RFC 2865, section 5.2; RFC 2868, section 3.5) of a verified reply are revealed.
 enum class Reveal { HiddenValues, Nothing };
 
+/// Which codes a reply may have.
+enum class ReplyCodes {
+    Fitting,  ///< those that `is_reply_code` knows
+    Any       ///< any: the caller judges the code of a verified reply
+};
+
+/// What a Message-Authenticator is computed over.
+enum class SignedOver {
+    RequestAuthenticator,  ///< as RFC 3579, section 3.2 wants
+
+    /// The same or, in replies that are no Access replies (codes 5, 41, 42, 44 and 45), sixteen zero octets
+    /// in its place. Servers in use sign those so.
+    RequestAuthenticatorOrZeros
+};
+
 /// How a reply is decoded.
 struct ReplyOptions {
-    Reveal reveal = Reveal::HiddenValues;  ///< nothing is ever revealed of an unverified reply
+    Reveal reveal = Reveal::HiddenValues;    ///< nothing is ever revealed of an unverified reply
+    ReplyCodes codes = ReplyCodes::Fitting;  ///< which codes are accepted
+    SignedOver signed_over = SignedOver::RequestAuthenticator;  ///< which signatures are accepted
 };
 
 /// A decoded reply and what is known of its origin. Wipes the values that it revealed when it is destroyed;

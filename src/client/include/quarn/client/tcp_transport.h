@@ -34,7 +34,7 @@ class TcpTransport : public PollableTransport {
     /// See `Transport`; the deadline is one of `std::chrono::steady_clock`.
     Event receive(TimePoint deadline) override;
 
-    std::optional<net::Address> local_address() const override { return socket_.local_address(); }
+    std::optional<net::Address> local_address() const override { return local_; }
     net::Address remote_address() const override { return socket_.remote_address(); }
 
     Interest interest() const override;
@@ -45,9 +45,13 @@ class TcpTransport : public PollableTransport {
     explicit TcpTransport(net::TcpSocket socket) : socket_(std::move(socket)) {}
 
     std::optional<Event> step();
-    std::optional<TransportError> flush();
+    std::optional<Event> take_received();
+    std::optional<Event> read();
+    void flush();
+    void close();
 
     net::TcpSocket socket_;
+    std::optional<net::Address> local_;
     PacketStream stream_;
     utils::Bytes unsent_;
     bool is_connected_ = false;
