@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <utility>
 
 #include "testing/udp_peer.h"
 
@@ -48,7 +49,16 @@ RealServer::RealServer() {
     std::string output;
     for (int attempt = 0; attempt < 5; ++attempt) {
         port_ = free_udp_port();
-        folder_.write("radiusd.conf", replace_all(settings, "@PORT@", std::to_string(port_)));
+        accounting_port_ = free_udp_port();
+        coa_port_ = free_udp_port();
+        status_port_ = free_udp_port();
+        std::string with_ports = settings;
+        for (const auto& [placeholder, port] :
+             {std::pair("@PORT@", port_), std::pair("@ACCT@", accounting_port_),
+              std::pair("@COA@", coa_port_), std::pair("@STATUS@", status_port_)}) {
+            with_ports = replace_all(std::move(with_ports), placeholder, std::to_string(port));
+        }
+        folder_.write("radiusd.conf", with_ports);
         process_ = std::make_unique<Process>(
             Command{.program = program,
                     .arguments = {"-f", "-l", "stdout", "-d", folder_.path().string()},

@@ -202,9 +202,10 @@ class Conversations {
             for (const std::unique_ptr<Running>& running : running_) {
                 advance(*running);
             }
-            std::erase_if(running_, [this](const auto& running) { return done_[running->number]; });
+            const std::size_t ended =
+                std::erase_if(running_, [this](const auto& running) { return done_[running->number]; });
             tell_results();
-            if (!running_.empty()) {
+            if (ended == 0) {  // else others can begin at once, or have a socket
                 wait();
             }
         }

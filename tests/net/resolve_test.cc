@@ -4,6 +4,7 @@
 #include <netdb.h>
 
 #include <algorithm>
+#include <chrono>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -61,6 +62,34 @@ TEST(Resolve, TellsWhyThereIsNoAddress) {
         EXPECT_EQ(addresses.error(), (ResolveError{EAI_NONAME, 0}));
         EXPECT_EQ(addresses.error().text(), gai_strerror(EAI_NONAME));
     }
+}
+
+TEST(ResolveWithin, ReadsANumericAddressInNoTime) {
+    for (const char* const host : {"127.0.0.1", "::1"}) {
+        const auto addresses = resolve_within(host, 1812, {}, std::chrono::nanoseconds(-1));
+        ASSERT_TRUE(addresses);
+        EXPECT_EQ(*addresses, std::vector{*Address::parse(host, 1812)});
+    }
+}
+
+TEST(ResolveWithin, HasNoAddressOfAnotherFamily) {
+    const auto addresses = resolve_within("127.0.0.1", 1812, {.family = Family::IPv6}, std::chrono::hours(1));
+    ASSERT_FALSE(addresses);
+    EXPECT_EQ(addresses.error(), (ResolveError{EAI_ADDRFAMILY, 0}));
+}
+
+TEST(ResolveWithin, ResolvesANameAsResolveDoes) {
+    const auto expected = resolve("localhost", 1812, {.family = Family::IPv4});
+    const auto addresses =
+        resolve_within("localhost", 1812, {.family = Family::IPv4}, std::chrono::nanoseconds::max());
+    ASSERT_TRUE(expected && addresses);
+    EXPECT_EQ(*addresses, *expected);
+}
+
+TEST(ResolveWithin, TellsWhyANameHasNoAddress) {
+    const auto addresses = resolve_within(std::string_view("a\0b", 3), 1812, {}, std::chrono::seconds(30));
+    ASSERT_FALSE(addresses);
+    EXPECT_EQ(addresses.error(), (ResolveError{EAI_NONAME, 0}));
 }
 
 }  // namespace

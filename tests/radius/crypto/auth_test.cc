@@ -174,6 +174,14 @@ TEST_F(MsChap, Version2ResponseWithoutAUserNameDigestsTheTwoChallengesAlone) {
               to_hex(challenge_response(challenge, array_from<16>(rfc2759_hash))));
 }
 
+TEST_F(MsChap, Version2ServersProofIsTheOneOfRfc2759) {
+    // RFC 2759, section 9.2.
+    EXPECT_EQ(to_hex(mschapv2_authenticator_response(rfc2759_user_name, rfc2759_password,
+                                                     array_from<16>(rfc2759_authenticator_challenge),
+                                                     array_from<16>(rfc2759_peer_challenge))),
+              "407a5589115fd0d6209f510fe9c04566932cda56");
+}
+
 TEST(MsChapWithoutTheLegacyProvider, HasZeroBytesWhereMd4AndDesAreMissing) {
     EXPECT_EQ(to_hex(nt_password_hash("MyPw")), test::repeat("00", 16));
     EXPECT_EQ(to_hex(challenge_response(array_from<8>(rfc2433_challenge), array_from<16>(rfc2433_hash))),
