@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "quarn/client/conversation.h"
+#include "testing/byte_input.h"
 #include "testing/check.h"
 #include "testing/every_kind.h"
 #include "testing/trusted_reply.h"
@@ -23,39 +24,16 @@ namespace {
 
 using namespace quarn;
 using namespace quarn::client;
+using fuzz::ByteInput;
 using fuzz::require;
 using utils::byte_span;
 using utils::Bytes;
 
 constexpr char secret[] = "testing123";
 
-/// The input, byte by byte; zeros when it is used up.
-class Input {
-  public:
-    explicit Input(byte_span bytes) : rest_(bytes) {}
-
-    std::uint8_t byte() {
-        if (rest_.empty()) {
-            return 0;
-        }
-        const std::uint8_t first = rest_.front();
-        rest_ = rest_.subspan(1);
-        return first;
-    }
-
-    Bytes bytes(std::size_t size) {
-        const byte_span taken = rest_.first(std::min(size, rest_.size()));
-        rest_ = rest_.subspan(taken.size());
-        return {taken.begin(), taken.end()};
-    }
-
-  private:
-    byte_span rest_;
-};
-
 class InputNetwork : public Network {
   public:
-    explicit InputNetwork(Input& input) : input_(input) {}
+    explicit InputNetwork(ByteInput& input) : input_(input) {}
 
     TimePoint now() override { return now_; }
 
@@ -105,7 +83,7 @@ class InputNetwork : public Network {
         }
 
         Event receive(TimePoint) override {
-            Input& input = network_.input_;
+            ByteInput& input = network_.input_;
             switch (input.byte() % 16) {
                 case 1:
                     return Closed{input.byte()};
@@ -131,18 +109,18 @@ class InputNetwork : public Network {
         bool is_connected() const override { return is_stream(); }
 
       private:
-        net::Address source(Input& input) const {
+        net::Address source(ByteInput& input) const {
             return input.byte() % 8 == 1 ? net::Address::ipv4({203, 0, 113, 9}, 1) : address_;
         }
 
         /// A reply to the last request, with one fault or another.
-        Bytes reply(Input& input) const {
+        Bytes reply(ByteInput& input) const {
             constexpr std::uint8_t codes[] = {2, 3, 5, 11, 45, 52};
             if (request_.empty()) {
                 return {};
             }
             const std::uint8_t kind = input.byte();
-            return test::reply_to(request_, {.code = codes[input.byte() % std::size(codes)],
+            return test::reply_to(request_, {.code = input.any_of(codes),
                                              .attributes = input.bytes(input.byte() % 32),
                                              .message_authenticator = kind % 2 == 0,
                                              .secret = kind % 3 == 1 ? "other" : secret,
@@ -156,14 +134,14 @@ class InputNetwork : public Network {
         Bytes request_;
     };
 
-    Input& input_;
+    ByteInput& input_;
     TimePoint now_ = {};
 };
 
-EncodedRequest request(Input& input) {
+EncodedRequest request(ByteInput& input) {
     constexpr std::uint8_t codes[] = {1, 4, 12, 43, 99};
     Bytes bytes(20);
-    bytes[0] = codes[input.byte() % std::size(codes)];
+    bytes[0] = input.any_of(codes);
     bytes[1] = input.byte() % 4;  // the same one again, often enough
     bytes[3] = 20;
     bytes[19] = input.byte();
@@ -193,7 +171,7 @@ void check(const Report& report) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Input input({data, size});
+    ByteInput input({data, size});
     InputNetwork network(input);
     ConversationOptions options;
     options.tries = input.byte() % 4;

@@ -11,39 +11,16 @@
 #include <variant>
 
 #include "quarn/client/exchange.h"
+#include "testing/byte_input.h"
 #include "testing/check.h"
 
 namespace {
 
 using namespace quarn;
 using namespace quarn::client;
+using fuzz::ByteInput;
 using fuzz::require;
 using utils::Bytes;
-
-/// The input, byte by byte; zeros when it is used up.
-class Input {
-  public:
-    explicit Input(utils::byte_span bytes) : rest_(bytes) {}
-
-    bool is_used_up() const { return rest_.empty(); }
-
-    std::uint8_t byte() {
-        if (rest_.empty()) {
-            return 0;
-        }
-        const std::uint8_t first = rest_.front();
-        rest_ = rest_.subspan(1);
-        return first;
-    }
-
-    template <typename Table>
-    auto any_of(const Table& table) {
-        return table[byte() % std::size(table)];
-    }
-
-  private:
-    utils::byte_span rest_;
-};
 
 constexpr std::uint8_t identifier = 7;
 
@@ -53,7 +30,7 @@ EncodedRequest request() {
     return EncodedRequest(bytes);
 }
 
-Duration time_from(Input& input) {
+Duration time_from(ByteInput& input) {
     using namespace std::chrono_literals;
     const std::uint8_t number = input.byte();
     switch (number) {
@@ -68,7 +45,7 @@ Duration time_from(Input& input) {
     }
 }
 
-ExchangeOptions options_from(Input& input) {
+ExchangeOptions options_from(ByteInput& input) {
     constexpr int odd_numbers[] = {0, -1, std::numeric_limits<int>::min()};
     constexpr Policy policies[] = {Policy::NextTry, Policy::EndAfterGrace, Policy::WaitFullTime};
     const std::uint8_t tries = input.byte();
@@ -90,7 +67,7 @@ std::optional<Mismatch> judge_by_first_byte(const ReceivedPacket& packet) {
     return mismatches[packet.bytes[0] % std::size(mismatches)];
 }
 
-Event event_from(Input& input) {
+Event event_from(ByteInput& input) {
     constexpr ErrorOrigin origins[] = {ErrorOrigin::Send, ErrorOrigin::Wait, ErrorOrigin::Receive,
                                        ErrorOrigin::Network};
     constexpr int numbers[] = {EINTR, EAGAIN, EMSGSIZE, ECONNREFUSED};
@@ -115,7 +92,7 @@ Event event_from(Input& input) {
 /// Follows one exchange, and what may still come of it.
 class Watched {
   public:
-    explicit Watched(Input input)
+    explicit Watched(ByteInput input)
         : input_(input),
           options_(options_from(input_)),
           judge_(input_.byte() % 2 == 0 ? judge_by_identifier(request_) : Judge(judge_by_first_byte)),
@@ -195,7 +172,7 @@ class Watched {
         exchange_.handle(std::move(event), now_);
     }
 
-    Input input_;
+    ByteInput input_;
     EncodedRequest request_ = request();
     ExchangeOptions options_;
     Judge judge_;
@@ -212,6 +189,6 @@ class Watched {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Watched(Input({data, size})).run();
+    Watched(ByteInput({data, size})).run();
     return 0;
 }

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "quarn/client/judgement.h"
+#include "quarn/client/packet_stream.h"
 #include "quarn/client/reply.h"
 #include "quarn/client/request.h"
 #include "testing/check.h"
@@ -47,6 +49,18 @@ void judge(byte_span datagram, const EncodedRequest& request, std::string_view s
     if (secret.empty()) {
         require(reply.checks() == client::ReplyChecks(), "nothing is checked without a secret");
     }
+    const client::Judgement judgement =
+        judge_reply(datagram, request, secret, dictionary_of_every_kind(), {});
+    require(!judgement.is_trusted() || judgement.reply->verified() != nullptr,
+            "a trusted reply has a verified packet");
+    require(judgement.offset.has_value() == (judgement.verdict == client::Verdict::Malformed),
+            "a fault has a place");
+    require(judgement.offset.value_or(0) <= datagram.size(), "the place is in the datagram");
+    const bool is_packet_alone = datagram.size() >= client::min_packet_size &&
+                                 datagram.size() <= client::max_packet_size &&
+                                 static_cast<std::size_t>(datagram[2] << 8 | datagram[3]) == datagram.size();
+    require(reply.verified() == nullptr || !is_packet_alone || judgement.is_trusted(),
+            "what is verified is trusted");
 }
 
 std::uint8_t identifier_of(byte_span datagram) {

@@ -337,6 +337,24 @@ TEST(EndAfterGrace, PassesOverErrorsThatSayNothingOfTheServer) {
 
 constexpr ExchangeOptions patient = {.tries = 2, .timeout = 5s, .policy = Policy::WaitFullTime};
 
+TEST(AlreadySpent, ShortensTheFirstTryAlone) {
+    Machine machine({.tries = 2, .timeout = 5s, .already_spent = 2s});
+    EXPECT_EQ(machine.next(), "send 0107");
+    EXPECT_EQ(machine.next(), "wait until 3000 ms");
+    EXPECT_EQ(machine.at(3s).next(), "try 1: timed out");
+    EXPECT_EQ(machine.next(), "send 0107");
+    EXPECT_EQ(machine.next(), "wait until 8000 ms");
+}
+
+TEST(AlreadySpent, LeavesNoTimeWhenItWasMoreThanThereIs) {
+    Machine machine({.timeout = 5s, .already_spent = Duration::max()});
+    EXPECT_EQ(machine.next(), "send 0107");
+    EXPECT_EQ(machine.next(), "wait until 0 ms");
+    Machine negative({.timeout = 5s, .already_spent = -1s});
+    EXPECT_EQ(negative.next(), "send 0107");
+    EXPECT_EQ(negative.next(), "wait until 5000 ms");
+}
+
 TEST(WaitFullTime, DiscardsWhatIsNotTheReply) {
     Machine machine(patient);
     machine.next();

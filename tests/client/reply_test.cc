@@ -617,5 +617,32 @@ TEST(DecodeReply, AgreesWithAnIndependentCheckOnRandomReplies) {
     EXPECT_GT(verified, 2000);
 }
 
+TEST(DecodeReply, LeavesTheCodeToTheCallerWhenAsked) {
+    const Bytes reply = signed_reply({.code = 99, .attributes = attribute(18, "hello")});
+    EXPECT_EQ(status_of(reply), ReplyStatus::UnexpectedCode);
+    const DecodedReply any = decoded(reply, access_request(), secret, {.codes = ReplyCodes::Any});
+    EXPECT_EQ(any.status(), ReplyStatus::Verified);
+    EXPECT_EQ(any.checks(), both_passed);
+}
+
+TEST(DecodeReply, AcceptsASignatureOverZerosWhenAsked) {
+    const EncodedRequest request = request_with_code(ACCOUNTING_REQUEST);
+    Bytes reply = test::datagram(5, "5012" + test::repeat("00", 16), ZERO16);
+    const test::Digest signature = test::hmac_md5(secret, reply);
+    std::copy(signature.begin(), signature.end(), reply.begin() + 22);
+    reply = with_response_authenticator(reply);  // all requests of these tests have the same Authenticator
+    EXPECT_EQ(decoded(reply, request).status(), ReplyStatus::MessageAuthenticatorWrong);
+    const ReplyOptions options = {.signed_over = SignedOver::RequestAuthenticatorOrZeros};
+    const DecodedReply accepted = decoded(reply, request, secret, options);
+    EXPECT_EQ(accepted.status(), ReplyStatus::Verified);
+    EXPECT_EQ(accepted.checks(), (ReplyChecks{Check::Passed, Check::Passed, true}));
+    // An Access-Accept is never signed so.
+    Bytes access = test::datagram(2, "5012" + test::repeat("00", 16), ZERO16);
+    const test::Digest of_access = test::hmac_md5(secret, access);
+    std::copy(of_access.begin(), of_access.end(), access.begin() + 22);
+    EXPECT_EQ(decoded(with_response_authenticator(access), access_request(), secret, options).status(),
+              ReplyStatus::MessageAuthenticatorWrong);
+}
+
 }  // namespace
 }  // namespace quarn::client

@@ -6,9 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "quarn/client/error_cause.h"
-#include "quarn/client/note.h"
-
 namespace quarn::client {
 namespace {
 
@@ -41,30 +38,6 @@ TEST(Verdicts, HaveASentenceEach) {
         EXPECT_TRUE(sentences.insert(row.sentence).second) << row.word;
         // What happened, and then what to look at; success needs no advice.
         EXPECT_EQ(row.sentence.find(": ") == row.sentence.npos, row.verdict == Verdict::Accepted) << row.word;
-    }
-}
-
-TEST(Notes, AreInTheOrderOfTheirRows) {
-    std::set<std::string_view> words;
-    for (const NoteRow& row : note_rows()) {
-        EXPECT_EQ(note_word(row.id), row.word);
-        EXPECT_TRUE(words.insert(row.word).second) << row.word;
-    }
-    EXPECT_EQ(note_word(NoteId::MessageAuthenticatorMissing), "message-authenticator-missing");
-    EXPECT_EQ(note_word(NoteId::TooManyRounds), "too-many-rounds");
-    EXPECT_EQ(words.size(), static_cast<std::size_t>(NoteId::TooManyRounds) + 1);
-}
-
-TEST(ErrorCauses, AreFoundByNumber) {
-    EXPECT_EQ(find_error_cause(503)->name, "Session Context Not Found");
-    EXPECT_EQ(find_error_cause(0), nullptr);
-    EXPECT_EQ(find_error_cause(4000000000), nullptr);
-    std::uint32_t last = 0;
-    for (const ErrorCauseRow& row : error_causes()) {
-        EXPECT_LT(last, row.number);
-        last = row.number;
-        EXPECT_EQ(find_error_cause(row.number)->name, row.name);
-        EXPECT_TRUE(row.explanation.ends_with('.')) << row.number;
     }
 }
 

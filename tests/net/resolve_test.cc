@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -90,6 +91,16 @@ TEST(ResolveWithin, TellsWhyANameHasNoAddress) {
     const auto addresses = resolve_within(std::string_view("a\0b", 3), 1812, {}, std::chrono::seconds(30));
     ASSERT_FALSE(addresses);
     EXPECT_EQ(addresses.error(), (ResolveError{EAI_NONAME, 0}));
+}
+
+TEST(ResolveWithinDeathTest, LeavesAProcessThatEndsInPeace) {
+    // The name is given up at once, and the process ends while it is being resolved.
+    EXPECT_EXIT(
+        {
+            static_cast<void>(resolve_within("no-such-name.invalid", 1812, {}, std::chrono::nanoseconds(0)));
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
