@@ -29,8 +29,9 @@ std::string describe(const AttributeMetadata& record) {
     }
     return record.name + " " + radius_code_path_to_string(record.code) + " " + record.type + " " +
            std::to_string(record.encrypt) + (record.has_tag ? " tagged" : "") +
-           (record.concat ? " concat" : "") + (record.continuation ? " continued" : "") +
-           (record.vendor ? " of " + record.vendor->name : "") + "\n";
+           (record.optional_tag ? " perhaps tagged" : "") + (record.concat ? " concat" : "") +
+           (record.continuation ? " continued" : "") + (record.vendor ? " of " + record.vendor->name : "") +
+           "\n";
 }
 
 std::string describe_values(const RadiusDictionary& dictionary, const std::string& name,

@@ -177,17 +177,19 @@ struct Definition {  // NOLINT(bugprone-exception-escape): no node is assigned t
     std::optional<Node> type;
     std::optional<Node> encrypt;
     std::optional<Node> has_tag;
+    std::optional<Node> optional_tag;
     std::optional<Node> concat;
     std::optional<Node> values;
 
     std::optional<Node>* place_of(std::string_view key) {
-        return key == "code"      ? &code
-               : key == "type"    ? &type
-               : key == "encrypt" ? &encrypt
-               : key == "has_tag" ? &has_tag
-               : key == "concat"  ? &concat
-               : key == "values"  ? &values
-                                  : nullptr;
+        return key == "code"           ? &code
+               : key == "type"         ? &type
+               : key == "encrypt"      ? &encrypt
+               : key == "has_tag"      ? &has_tag
+               : key == "optional_tag" ? &optional_tag
+               : key == "concat"       ? &concat
+               : key == "values"       ? &values
+                                       : nullptr;
     }
 };
 
@@ -206,6 +208,16 @@ Definition<Node> find_definition(const Node& map) {
     return definition;
 }
 
+/// Whether a flag is set that only says how values are shown. One that cannot be read costs nothing else.
+template <typename Node>
+bool is_true(const Node& flag) {
+    try {
+        return flag.template as<bool>();
+    } catch (const YAML::Exception&) {
+        return false;
+    }
+}
+
 template <typename Node>
 void read_metadata(const Definition<Node>& definition, AttributeMetadata& metadata) {
     if (definition.code) {
@@ -219,6 +231,9 @@ void read_metadata(const Definition<Node>& definition, AttributeMetadata& metada
     }
     if (definition.has_tag) {
         metadata.has_tag = definition.has_tag->template as<bool>();
+    }
+    if (definition.optional_tag) {
+        metadata.optional_tag = is_true(*definition.optional_tag);
     }
     if (definition.concat) {
         metadata.concat = definition.concat->template as<bool>();

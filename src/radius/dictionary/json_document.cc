@@ -69,7 +69,7 @@ Expected expected_in_definition(std::string_view key) {
     if (key == "code" || key == "type" || key == "encrypt") {
         return Expected::Scalar;
     }
-    if (key == "has_tag" || key == "concat") {
+    if (key == "has_tag" || key == "optional_tag" || key == "concat") {
         return Expected::Bool;
     }
     return key == "values" ? Expected::Values : Expected::Anything;

@@ -38,6 +38,7 @@ TEST(AttributeMetadata, HasItsDefaults) {
     EXPECT_EQ(metadata.fixed_size, 0U);
     EXPECT_FALSE(metadata.is_signed);
     EXPECT_TRUE(metadata.known);
+    EXPECT_FALSE(metadata.optional_tag);
 }
 
 TEST(AttributeMetadata, IsAPlainValueWithItsFieldsInOrder) {
@@ -54,7 +55,8 @@ TEST(AttributeMetadata, IsAPlainValueWithItsFieldsInOrder) {
                                         .value_type = ValueType::Signed,
                                         .fixed_size = 4,
                                         .is_signed = true,
-                                        .known = true};
+                                        .known = true,
+                                        .optional_tag = true};
     AttributeMetadata copy = metadata;
     EXPECT_EQ(copy, metadata);
     copy.vendor->id = 10;

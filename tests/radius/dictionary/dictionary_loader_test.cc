@@ -277,6 +277,9 @@ TEST_F(DictionaryFile, ReadsYamlBooleans) {
         EXPECT_FALSE(named("X").concat);
         EXPECT_TRUE(named("Y").concat);
         EXPECT_FALSE(named("Y").has_tag);
+        load(std::string("attributes: {X: {optional_tag: ") + written + "}}");
+        EXPECT_TRUE(named("X").optional_tag);
+        EXPECT_FALSE(named("X").has_tag);
     }
     for (const char* const written : {"false", "False", "FALSE", "no", "off", "n"}) {
         SCOPED_TRACE(written);
@@ -284,6 +287,15 @@ TEST_F(DictionaryFile, ReadsYamlBooleans) {
         EXPECT_TRUE(named("X").known);
         EXPECT_FALSE(named("X").has_tag);
         EXPECT_FALSE(named("X").concat);
+    }
+}
+
+TEST_F(DictionaryFile, LosesNothingToAnOptionalTagThatCannotBeRead) {
+    for (const char* const written : {"false", "maybe", "1", "[true]", "{a: true}", "null"}) {
+        SCOPED_TRACE(written);
+        load(std::string("attributes: {X: {code: 81, type: text, optional_tag: ") + written + "}}");
+        EXPECT_TRUE(named("X").known);
+        EXPECT_FALSE(named("X").optional_tag);
     }
 }
 
@@ -1140,7 +1152,7 @@ TEST_F(JsonFile, MeansWhatItMeansWithAYamlCommentBehindIt) {
              // every key
              R"({"vendor": {"id": 9, "name": "Example", "format": "2,1,c"},
 "attributes": {
-  "A": {"code": "26.9.1", "type": "Signed", "encrypt": 2, "has_tag": true, "concat": false},
+  "A": {"code": "26.9.1", "type": "Signed", "encrypt": 2, "has_tag": true, "concat": false, "optional_tag": true},
   "B": {"code": "2", "type": "enum", "values": {"On": 1, "Off": "0x0", "10": 16}},
   "C": {}
 }})",

@@ -359,6 +359,36 @@ TEST(ShippedMicrosoft, HasTheAttributesOfRfc2548) {
     }
 }
 
+// RFC 2868, sections 3.3 to 3.9; texts of vendors that do the same.
+TEST(ShippedDictionary, MarksTheTextsThatMayBeginWithATag) {
+    const std::vector<CodePath> optional = {
+        {66},
+        {67},
+        {81},
+        {82},
+        {90},
+        {91},
+        {26, 2352, 190},
+        {26, 2352, 192},
+        {26, 2352, 194},
+        {26, 2352, 204},
+        {26, 4874, 8},
+        {26, 4874, 9},
+        {26, 4874, 65},
+        {26, 4874, 180},
+        {26, 6527, 144},
+    };
+    for (const CodePath& code : optional) {
+        const AttributeMetadata& attribute = dictionary().attribute_by_code(code);
+        EXPECT_TRUE(attribute.optional_tag) << radius_code_path_to_string(code);
+        EXPECT_FALSE(attribute.has_tag) << radius_code_path_to_string(code);
+        EXPECT_EQ(attribute.value_type, ValueType::Text) << radius_code_path_to_string(code);
+    }
+    EXPECT_FALSE(dictionary().attribute_by_name("Tunnel-Type").optional_tag);
+    EXPECT_FALSE(dictionary().attribute_by_name("Tunnel-Password").optional_tag);
+    EXPECT_FALSE(dictionary().attribute_by_name("Filter-Id").optional_tag);
+}
+
 TEST(ShippedMicrosoft, HasTheValuesOfRfc2548) {
     struct Row {
         const char* attribute;

@@ -48,7 +48,7 @@ TEST(QuarnRadiusProgram, ImportsIntoAFolderThatItMakes) {
     EXPECT_EQ(shown.ending, exited_with(0));
     EXPECT_EQ(shown.output,
               R"({"name": "Filter-Id", "code": "11", "type": "text", "encrypt": 0, "has_tag": false, )"
-              R"("concat": false, "continuation": false, "file": ")" +
+              R"("optional_tag": false, "concat": false, "continuation": false, "file": ")" +
                   target + R"(/standard.yaml", "line": 4})" + "\n");
 }
 

@@ -46,6 +46,9 @@ std::vector<std::string> flags_of(const radius::AttributeMetadata& metadata) {
     if (metadata.has_tag) {
         flags.emplace_back("has_tag (begins with a tag byte)");
     }
+    if (metadata.optional_tag) {
+        flags.emplace_back("optional_tag (may begin with a tag byte)");
+    }
     if (metadata.concat) {
         flags.emplace_back("concat (several attributes carry one value)");
     }
@@ -123,6 +126,7 @@ std::string record_json(const AttributeRecord& record) {
     object.add("type", metadata.type);
     object.add("encrypt", metadata.encrypt);
     object.add("has_tag", metadata.has_tag);
+    object.add("optional_tag", metadata.optional_tag);
     object.add("concat", metadata.concat);
     object.add("continuation", metadata.continuation);
     if (metadata.vendor) {

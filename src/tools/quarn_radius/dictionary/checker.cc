@@ -44,8 +44,8 @@ using radius::ValueType;
 constexpr std::array file_keys =
     std::to_array<std::string_view>({"includes", "vendor", "attributes", "$schema"});
 constexpr std::array vendor_keys = std::to_array<std::string_view>({"id", "name", "format"});
-constexpr std::array attribute_keys =
-    std::to_array<std::string_view>({"code", "type", "encrypt", "has_tag", "concat", "values"});
+constexpr std::array attribute_keys = std::to_array<std::string_view>(
+    {"code", "type", "encrypt", "has_tag", "optional_tag", "concat", "values"});
 
 /// Every type name with a meaning of its own, and those that are written for plain bytes.
 constexpr std::array type_names = std::to_array<std::string_view>(
@@ -478,6 +478,12 @@ void Checker::check_joining(const YAML::Node& definition, const Definition& attr
     if (has_tag && (holds_others || (!is_bytes(type) && type != ValueType::Integer))) {
         warn(find_field(definition, "has_tag")->key,
              "'has_tag" + senseless + ": only texts, octets and integers carry a tag");
+    }
+    const bool optional_tag = check_flag(definition, "optional_tag", attribute.name);
+    if (optional_tag && (holds_others || has_tag || type != ValueType::Text)) {
+        warn(find_field(definition, "optional_tag")->key,
+             has_tag ? "'optional_tag' of " + attribute.name + " is of no use beside 'has_tag'"
+                     : "'optional_tag" + senseless + ": only a text may or may not begin with a tag");
     }
     const bool concat = check_flag(definition, "concat", attribute.name);
     if (concat && (holds_others || !is_bytes(type))) {

@@ -278,8 +278,10 @@ class Converter {
             becomes_octets("it is hidden on the wire, where it is no " + entry.type);
         }
         if (entry.has_tag && entry.encrypt == 0 && is_bytes(entry.type)) {
-            note(attribute.place, attribute.name + " loses has_tag: the tag of a text is optional");
+            note(attribute.place,
+                 attribute.name + ": has_tag becomes optional_tag, as the tag of a text may be missing");
             entry.has_tag = false;
+            entry.optional_tag = entry.type == "text";
         } else if (entry.has_tag && !is_bytes(entry.type) && entry.type != "integer") {
             note(attribute.place, attribute.name + " loses has_tag: it is no text and no integer");
             entry.has_tag = false;

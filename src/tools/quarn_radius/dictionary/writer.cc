@@ -19,6 +19,9 @@ std::string definition_text(const AttributeEntry& attribute) {
     if (attribute.has_tag) {
         definition.add("has_tag", true);
     }
+    if (attribute.optional_tag) {
+        definition.add("optional_tag", true);
+    }
     if (attribute.concat) {
         definition.add("concat", true);
     }

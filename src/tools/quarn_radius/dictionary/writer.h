@@ -21,6 +21,7 @@ struct AttributeEntry {
     std::string type;
     std::uint32_t encrypt = 0;
     bool has_tag = false;
+    bool optional_tag = false;
     bool concat = false;
     std::vector<std::pair<std::string, std::uint32_t>> values;
 

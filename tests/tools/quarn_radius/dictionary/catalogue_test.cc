@@ -32,6 +32,7 @@ attributes:
   Filter-Id: {code: 11}
   Filter-Id: {code: 11, type: text}
   Nowhere: {type: text}
+  Tunnel-Private-Group-ID: {code: 81, type: text, optional_tag: true}
 )");
 
   private:
@@ -92,6 +93,12 @@ TEST_F(DictionaryShowTest, ShowsTheAttributeAtACode) {
               "  type      octets\n"
               "  flags     concat (several attributes carry one value)\n"
               "  defined   root.yaml:3\n");
+    EXPECT_EQ(text("81"),
+              "Tunnel-Private-Group-ID\n"
+              "  code      81\n"
+              "  type      text\n"
+              "  flags     optional_tag (may begin with a tag byte)\n"
+              "  defined   root.yaml:7\n");
 }
 
 TEST_F(DictionaryShowTest, ReadsTheNumbersOfACodeAsDecimal) {
@@ -187,18 +194,19 @@ TEST_F(DictionaryShowTest, PrintsJsonLines) {
     EXPECT_EQ(
         json("/role|mode/"),
         R"({"name": "Example-Role", "code": "26.64496.1", "type": "text", "encrypt": 0, "has_tag": false, )"
-        R"("concat": false, "continuation": true, )"
+        R"("optional_tag": false, "concat": false, "continuation": true, )"
         R"("vendor": {"id": 64496, "name": "Example", "format": "1,1,c"}, "file": "vendor.yaml", "line": 4})"
         "\n"
         R"({"name": "Example-Mode", "code": "26.64496.2", "type": "enum", "encrypt": 0, "has_tag": false, )"
-        R"("concat": false, "continuation": true, )"
+        R"("optional_tag": false, "concat": false, "continuation": true, )"
         R"("vendor": {"id": 64496, "name": "Example", "format": "1,1,c"}, )"
         R"("values": {"Off": 0, "On": 1, "Enabled": 1}, "file": "vendor.yaml", "line": 6})"
         "\n");
-    EXPECT_EQ(json("Filter-Id"),
-              R"({"name": "Filter-Id", "code": "11", "type": "text", "encrypt": 0, "has_tag": false, )"
-              R"("concat": false, "continuation": false, "file": "root.yaml", "line": 5})"
-              "\n");
+    EXPECT_EQ(
+        json("Filter-Id"),
+        R"({"name": "Filter-Id", "code": "11", "type": "text", "encrypt": 0, "has_tag": false, )"
+        R"("optional_tag": false, "concat": false, "continuation": false, "file": "root.yaml", "line": 5})"
+        "\n");
 }
 
 TEST_F(DictionaryShowTest, FindsNothingWhereNothingIs) {

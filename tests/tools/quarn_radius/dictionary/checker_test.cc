@@ -143,6 +143,10 @@ attributes:
   again: {code: 26.64496.21, type: text}
   In-User-Name: {code: 1.1, type: text}
   Vendor-Alone: {code: 26.64496, type: text}
+  Perhaps-Tagged: {code: 26.64496.22, type: text, optional_tag: true}
+  Bad-Optional-Tag: {code: 26.64496.23, type: text, optional_tag: perhaps}
+  Number-Optional-Tag: {code: 26.64496.24, type: integer, optional_tag: true}
+  Two-Tags: {code: 26.64496.25, type: text, has_tag: true, optional_tag: true}
 )"),
         (Lines{
             "broken.yaml:2: error: not valid YAML: end of sequence flow not found",
@@ -210,6 +214,10 @@ attributes:
             "root.yaml:65: warning: the parent 1 of In-User-Name is not defined",
             "root.yaml:66: warning: code 26.64496 of Vendor-Alone does not fit: a vendor's attribute needs a "
             "number after the vendor's",
+            "root.yaml:68: error: 'optional_tag' of Bad-Optional-Tag must be true or false, not \"perhaps\"",
+            "root.yaml:69: warning: 'optional_tag' makes no sense for Number-Optional-Tag, which is of type "
+            "integer: only a text may or may not begin with a tag",
+            "root.yaml:70: warning: 'optional_tag' of Two-Tags is of no use beside 'has_tag'",
         }));
 }
 

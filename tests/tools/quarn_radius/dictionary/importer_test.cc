@@ -221,7 +221,7 @@ TEST_F(DictionaryImportTest, ShipsHiddenTaggedAndOddAttributesInAFormThatIsListe
   "Number-Hidden": {"code": "26.64496.2", "type": "octets", "encrypt": 2},
   "Address-Hidden": {"code": "26.64496.3", "type": "octets", "encrypt": 2},
   "Otherwise-Hidden": {"code": "26.64496.4", "type": "octets"},
-  "Text-Tagged": {"code": "26.64496.5", "type": "text"},
+  "Text-Tagged": {"code": "26.64496.5", "type": "text", "optional_tag": true},
   "Number-Tagged": {"code": "26.64496.6", "type": "enum", "has_tag": true, "values": {"Small": 1, "Largest": 16777215}},
   "Password-Tagged": {"code": "26.64496.7", "type": "text", "encrypt": 2, "has_tag": true},
   "Sized": {"code": "26.64496.8", "type": "octets"},
@@ -230,28 +230,30 @@ TEST_F(DictionaryImportTest, ShipsHiddenTaggedAndOddAttributesInAFormThatIsListe
   "Small": {"code": "26.64496.11", "type": "byte"},
   "Joined": {"code": "26.64496.12", "type": "octets"},
   "Address-Tagged": {"code": "26.64496.13", "type": "ipv4addr"})"));
-    EXPECT_EQ(reported(),
-              (Lines{
-                  "dictionary:4: note: Number-Hidden becomes octets: it is hidden on the wire, where it is "
-                  "no integer",
-                  "dictionary:5: note: the value On of Number-Hidden is left out: values of type octets are "
-                  "listed as "
-                  "they are",
-                  "dictionary:6: note: Address-Hidden becomes octets: it is hidden on the wire, where it is "
-                  "no ipv4addr",
-                  "dictionary:7: note: Otherwise-Hidden becomes octets: it is hidden by the unknown method 3",
-                  "dictionary:8: note: Text-Tagged loses has_tag: the tag of a text is optional",
-                  "dictionary:12: note: the value Large of Number-Tagged is left out: beside a tag there is "
-                  "no room for "
-                  "its number",
-                  "dictionary:14: note: the length of Sized is dropped: octets[16]",
-                  "dictionary:15: note: Filter becomes octets: there is no type abinary",
-                  "dictionary:16: note: Many becomes octets: an array cannot be taken apart",
-                  "dictionary:18: note: the value One of Small is left out: values of type byte are listed "
-                  "as they are",
-                  "dictionary:19: note: Joined loses concat: only a plain attribute's bytes are joined",
-                  "dictionary:20: note: Address-Tagged loses has_tag: it is no text and no integer",
-              }));
+    EXPECT_EQ(
+        reported(),
+        (Lines{
+            "dictionary:4: note: Number-Hidden becomes octets: it is hidden on the wire, where it is "
+            "no integer",
+            "dictionary:5: note: the value On of Number-Hidden is left out: values of type octets are "
+            "listed as "
+            "they are",
+            "dictionary:6: note: Address-Hidden becomes octets: it is hidden on the wire, where it is "
+            "no ipv4addr",
+            "dictionary:7: note: Otherwise-Hidden becomes octets: it is hidden by the unknown method 3",
+            "dictionary:8: note: Text-Tagged: has_tag becomes optional_tag, as the tag of a text may be "
+            "missing",
+            "dictionary:12: note: the value Large of Number-Tagged is left out: beside a tag there is "
+            "no room for "
+            "its number",
+            "dictionary:14: note: the length of Sized is dropped: octets[16]",
+            "dictionary:15: note: Filter becomes octets: there is no type abinary",
+            "dictionary:16: note: Many becomes octets: an array cannot be taken apart",
+            "dictionary:18: note: the value One of Small is left out: values of type byte are listed "
+            "as they are",
+            "dictionary:19: note: Joined loses concat: only a plain attribute's bytes are joined",
+            "dictionary:20: note: Address-Tagged loses has_tag: it is no text and no integer",
+        }));
 }
 
 TEST_F(DictionaryImportTest, KeepsTheLaterOfTwoDefinitions) {

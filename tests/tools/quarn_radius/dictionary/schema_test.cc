@@ -63,6 +63,7 @@ TEST(DictionarySchema, RefusesWhatTheLoaderWouldNotUse) {
         "attributes: {A: {code: '1', type: text, encrypt: 3}}\n",
         "attributes: {A: {code: '1', type: text, has_tag: maybe}}\n",
         "attributes: {A: {code: '1', type: text, concat: 1}}\n",
+        "attributes: {A: {code: '1', type: text, optional_tag: 1}}\n",
         "attributes: {A: {code: '1', type: enum, values: [On]}}\n",
         "attributes: {A: {code: '1', type: enum, values: {Half: -1}}}\n",
         "attributes: {A: {code: '1', type: enum, values: {Large: 4294967296}}}\n",

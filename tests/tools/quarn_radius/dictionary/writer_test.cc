@@ -17,8 +17,8 @@ TEST(DictionaryWriter, WritesJsonWithAnAttributeALine) {
     content.vendor->name = "Example \"& Sons\"";
     content.vendor->format = "2,1";
     content.attributes = {
-        {"Plain", {26, 64496, 1}, "text", 0, false, false, {}},
-        {"Full", {26, 64496, 2}, "enum", 2, true, true, {{"Off", 0}, {"On", 1}}},
+        {"Plain", {26, 64496, 1}, "text", 0, false, false, false, {}},
+        {"Full", {26, 64496, 2}, "enum", 2, true, true, true, {{"Off", 0}, {"On", 1}}},
     };
     EXPECT_EQ(dictionary_file_text(content, "../dictionary.schema.json"),
               R"({
@@ -26,7 +26,7 @@ TEST(DictionaryWriter, WritesJsonWithAnAttributeALine) {
 "vendor": {"id": 64496, "name": "Example \"& Sons\"", "format": "2,1"},
 "attributes": {
   "Plain": {"code": "26.64496.1", "type": "text"},
-  "Full": {"code": "26.64496.2", "type": "enum", "encrypt": 2, "has_tag": true, "concat": true, "values": {"Off": 0, "On": 1}}
+  "Full": {"code": "26.64496.2", "type": "enum", "encrypt": 2, "has_tag": true, "optional_tag": true, "concat": true, "values": {"Off": 0, "On": 1}}
 }
 }
 )");

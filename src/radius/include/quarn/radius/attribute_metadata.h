@@ -28,7 +28,9 @@ struct AttributeMetadata {
     ValueType value_type = ValueType::Octets;  ///< what its values mean, by `type`
     std::uint32_t fixed_size = 0;              ///< wire width in bytes of a number, else 0
     bool is_signed = false;                    ///< true exactly when `value_type` is `Signed`
-    bool known = true;  ///< false only for the record that stands for what no dictionary defines
+    bool known = true;          ///< false only for the record that stands for what no dictionary defines
+    bool optional_tag = false;  ///< a text that may or may not begin with a tag byte (RFC 2868, section 3.6),
+                                ///< which the codec leaves in the value
 
     /// Fills `name_lower`, `kind`, `value_type`, `fixed_size` and `is_signed` from `name` and `type`.
     void derive_fields();
