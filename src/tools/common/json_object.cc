@@ -3,6 +3,10 @@
 #include "common/control_characters.h"
 #include "quarn/utils/text.h"
 
+#include <array>
+#include <charconv>
+#include <system_error>
+
 namespace quarn::tools {
 
 namespace {
@@ -64,6 +68,21 @@ std::string json_string(std::string_view text) {
         text.remove_prefix(character.size);
     }
     return json + '"';
+}
+
+void JsonObject::add_list(std::string_view key, std::span<const std::string> items) {
+    std::string list = "[";
+    for (const std::string& item : items) {
+        list.append(list.size() > 1 ? ", " : "").append(item);
+    }
+    add_raw(key, list + "]");
+}
+
+std::string JsonObject::fraction_text(double value) {
+    std::array<char, 352> text{};  // the largest number has 309 digits
+    const auto [end, status] =
+        std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, 3);
+    return status == std::errc() ? std::string(text.data(), end) : "null";
 }
 
 void JsonObject::add_raw(std::string_view key, std::string_view value) {

@@ -3,6 +3,7 @@
 
 #include <concepts>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -26,10 +27,20 @@ class JsonObject {
     void add(std::string_view key, std::same_as<bool> auto value) { add_raw(key, value ? "true" : "false"); }
     void add(std::string_view key, const JsonObject& value) { add_raw(key, value.text()); }
 
+    /// A fraction with three decimal places.
+    void add(std::string_view key, std::same_as<double> auto value) { add_raw(key, fraction_text(value)); }
+
+    /// null.
+    void add_null(std::string_view key) { add_raw(key, "null"); }
+
+    /// An array of what are JSON texts already.
+    void add_list(std::string_view key, std::span<const std::string> items);
+
     bool empty() const { return members_.empty(); }
     std::string text() const { return "{" + members_ + "}"; }
 
   private:
+    static std::string fraction_text(double value);
     void add_raw(std::string_view key, std::string_view value);
 
     std::string members_;

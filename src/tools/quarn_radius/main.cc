@@ -1,4 +1,4 @@
-// quarn-radius: the tools that go with authprobe.
+// quarn-radius: asks RADIUS servers anything, and looks after dictionaries.
 
 #include <csignal>
 #include <iostream>
@@ -7,5 +7,6 @@
 
 int main(int argc, char* argv[]) {
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));  // what reads the output may end first, as `head` does
-    return static_cast<int>(quarn::quarn_radius::run(argc, argv, std::cout, std::cerr));
+    using namespace quarn::quarn_radius;
+    return static_cast<int>(run(argc, argv, std::cout, std::cerr, take_secrets(argc, argv)));
 }

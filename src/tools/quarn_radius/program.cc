@@ -19,6 +19,7 @@
 #include "quarn_radius/dictionary/import_command.h"
 #include "quarn_radius/dictionary/problem.h"
 #include "quarn_radius/dictionary/show_command.h"
+#include "quarn_radius/send/send_command.h"
 
 namespace quarn::quarn_radius {
 
@@ -57,8 +58,8 @@ CLI::App& add_group(CLI::App& program, const std::string& name, const std::strin
     return group;
 }
 
-tools::ExitStatus run_command(int argc, const char* const* argv, Streams streams) {
-    CLI::App program("What goes with authprobe: tools for RADIUS dictionaries.", "quarn-radius");
+tools::ExitStatus run_command(int argc, const char* const* argv, Streams streams, ArgumentSecrets secrets) {
+    CLI::App program("Asks RADIUS servers anything, and looks after RADIUS dictionaries.", "quarn-radius");
     program.set_version_flag("--version", "quarn-radius " QUARN_VERSION);
     program.require_subcommand(1);
     program.footer(exit_statuses);
@@ -67,7 +68,8 @@ tools::ExitStatus run_command(int argc, const char* const* argv, Streams streams
 
     CLI::App& dictionary = add_group(program, "dictionary", "Check, search and import RADIUS dictionaries.");
     const std::vector<Command> commands = {add_check_command(dictionary), add_show_command(dictionary),
-                                           add_import_command(dictionary)};
+                                           add_import_command(dictionary),
+                                           add_send_command(program, std::move(secrets))};
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -93,10 +95,11 @@ std::string count_text(std::size_t count, const std::string& singular) {
     return std::to_string(count) + " " + singular + (count == 1 ? "" : "s");
 }
 
-tools::ExitStatus run(int argc, const char* const* argv, std::ostream& output, std::ostream& errors) {
+tools::ExitStatus run(int argc, const char* const* argv, std::ostream& output, std::ostream& errors,
+                      ArgumentSecrets secrets) {
     tools::ExitStatus status = tools::ExitStatus::FileProblem;
     try {
-        status = run_command(argc, argv, {output, errors});
+        status = run_command(argc, argv, {output, errors}, std::move(secrets));
     } catch (const std::exception& error) {  // there is no memory left, say
         errors << "quarn-radius: " << error.what() << '\n';
     }

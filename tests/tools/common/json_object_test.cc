@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 namespace quarn::tools {
 namespace {
 
@@ -14,6 +17,17 @@ TEST(JsonObject, KeepsItsMembersInOrder) {
     object.add("flag", false);
     object.add("values", inner);
     EXPECT_EQ(object.text(), R"({"name": "x", "id": 4294967295, "flag": false, "values": {"On": 1}})");
+}
+
+TEST(JsonObject, HoldsFractionsListsAndNothing) {
+    JsonObject object;
+    object.add("fraction", 1.27549);
+    object.add("whole", 3.0);
+    object.add_null("nothing");
+    object.add_list("list", std::vector<std::string>{"1", "{}"});
+    object.add_list("none", std::vector<std::string>());
+    EXPECT_EQ(object.text(),
+              R"({"fraction": 1.275, "whole": 3.000, "nothing": null, "list": [1, {}], "none": []})");
 }
 
 TEST(JsonObject, IsEmptyWithoutMembers) {
