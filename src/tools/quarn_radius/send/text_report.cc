@@ -170,8 +170,8 @@ std::string bytes_text(utils::byte_span bytes) {
     std::string text;
     for (std::size_t offset = 0; offset < bytes.size(); offset += line_size) {
         const utils::byte_span line = bytes.subspan(offset, std::min(line_size, bytes.size() - offset));
-        std::array<char, 16> place{};
-        std::snprintf(place.data(), place.size(), "%s%04zx ", "  ", offset);
+        std::array<char, 24> place{};
+        std::snprintf(place.data(), place.size(), "  %04zx ", offset);
         text += place.data();
         std::string characters;
         for (const std::uint8_t byte : line) {

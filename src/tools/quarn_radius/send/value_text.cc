@@ -45,7 +45,11 @@ UntaggedValue without_tag(const RadiusAttribute& attribute, const RadiusValue& v
 
 std::string name_with_tag(const RadiusAttribute& attribute, const RadiusValue& value) {
     const std::optional<std::uint8_t> tag = without_tag(attribute, value).tag;
-    return attribute.display_name() + (tag ? ":" + std::to_string(*tag) : "");
+    std::string name = attribute.display_name();
+    if (tag) {
+        name.append(":").append(std::to_string(*tag));
+    }
+    return name;
 }
 
 ValueText value_text(const RadiusAttribute& attribute, const RadiusValue& value,

@@ -42,7 +42,7 @@ TEST(DictionaryWriter, WritesARootForPeopleToEdit) {
 }
 
 TEST(GeneratedText, IsWhatIsWritten) {
-    const AttributeEntry entry{"A", {1}, "text", 0, false, false, {}};
+    const AttributeEntry entry{"A", {1}, "text", 0, false, false, false, {}};
     subscriber::radius::VendorInfo vendor;
     vendor.id = 9;
     vendor.name = "Cisco";
