@@ -18,7 +18,7 @@ std::string octets(std::size_t count) {
 }  // namespace
 
 std::optional<WireFault> fault_of_header(utils::byte_span datagram) {
-    if (datagram.size() < min_packet_size) {
+    if (datagram.size() < length_offset + 2) {
         return WireFault{datagram.size(), octets(datagram.size()) + ": a packet has at least 20"};
     }
     net::BufferView reader(datagram);

@@ -225,7 +225,9 @@ TEST(JudgeReply, TellsWhereAReplyIsMalformed) {
     const Malformed cases[] = {
         {{}, "malformed at 0: 0 octets: a packet has at least 20"},
         {{2}, "malformed at 1: 1 octet: a packet has at least 20"},
-        {Bytes(19), "malformed at 19: 19 octets: a packet has at least 20"},
+        {{2, 7, 0}, "malformed at 3: 3 octets: a packet has at least 20"},
+        {{2, 7, 0, 19}, "malformed at 2: Length is 19: a packet has 20 to 4096 octets"},
+        {{2, 7, 0, 20}, "malformed at 2: Length is 20, but only 4 octets came"},
         {short_length, "malformed at 2: Length is 19: a packet has 20 to 4096 octets"},
         {long_length, "malformed at 2: Length is 21, but only 20 octets came"},
         {huge_length, "malformed at 2: Length is 4097: a packet has 20 to 4096 octets"},
