@@ -27,8 +27,8 @@ struct WireFault {
     std::string text;    ///< for people
 };
 
-/// What is wrong with a packet's header: its Length field, or that it ends before this field (RFC 2865, section
-/// 3). Nothing when there is nothing wrong. Octets after the packet are not wrong.
+/// What is wrong with a packet's header: its Length field, or that it ends before this field (RFC 2865,
+/// section 3). Nothing when there is nothing wrong. Octets after the packet are not wrong.
 std::optional<WireFault> fault_of_header(utils::byte_span datagram);
 
 /// Goes over the attributes of a packet of exactly the size that its Length says.

@@ -1,5 +1,5 @@
 // Conversations with a server that this tree has no part in: each code, each transport, each method.
-#include "testing/real_server.h"
+#include "testing/real_peer.h"
 
 #include <gtest/gtest.h>
 

@@ -11,7 +11,7 @@
 
 #include "end_to_end/client.h"
 #include "testing/dictionaries.h"
-#include "testing/real_server.h"
+#include "testing/real_peer.h"
 
 namespace quarn::test {
 namespace {

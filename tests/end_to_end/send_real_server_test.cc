@@ -1,5 +1,5 @@
-// `quarn-radius send` against the server of Debian's package freeradius: each code, over UDP and TCP, IPv4
-// and IPv6, and request files as people write them.
+// `quarn-radius send` against the server of Debian's package freeradius and the proxy of radsecproxy: each
+// code, over UDP and TCP, IPv4 and IPv6, and request files as people write them.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "testing/process.h"
-#include "testing/real_server.h"
+#include "testing/real_peer.h"
 #include "testing/scratch_folder.h"
 
 namespace quarn::test {
@@ -18,8 +18,13 @@ namespace {
 /// One server for all tests of this program.
 class SendToRealServer : public testing::Test {
   protected:
-    static void SetUpTestSuite() { server_ = new RealServer; }
+    static void SetUpTestSuite() {
+        server_ = new RealServer;
+        proxy_ = new RealProxy(*server_);
+    }
     static void TearDownTestSuite() {
+        delete proxy_;
+        proxy_ = nullptr;
         delete server_;
         server_ = nullptr;
     }
@@ -37,10 +42,17 @@ class SendToRealServer : public testing::Test {
         return QUARN_SOURCE_DIR "/tests/data/requests/" + name;
     }
 
+    /// The port over UDP and TCP, IPv4 and IPv6.
+    static std::vector<std::string> every_way_to(std::uint16_t port) {
+        return {on_v4(port), on_v6(port), "tcp://" + on_v4(port), "tcp://" + on_v6(port)};
+    }
+
     static RealServer* server_;
+    static RealProxy* proxy_;
 };
 
 RealServer* SendToRealServer::server_ = nullptr;
+RealProxy* SendToRealServer::proxy_ = nullptr;
 
 /// The last line begins with the word, the exit status is this one.
 void expect_ending(const ProcessResult& run, const std::string& word, int status) {
@@ -63,9 +75,12 @@ std::size_t count_of(const std::string& text, std::string_view part) {
 }
 
 TEST_F(SendToRealServer, AuthenticatesByEveryMethodOverEveryWay) {
-    for (const std::string& server :
-         {on_v4(server_->port()), on_v6(server_->port()), "tcp://" + on_v4(server_->port()),
-          "localhost:" + std::to_string(server_->port())}) {
+    std::vector<std::string> servers = every_way_to(server_->port());
+    servers.push_back("localhost:" + std::to_string(server_->port()));
+    for (const std::string& way : every_way_to(proxy_->port())) {
+        servers.push_back(way);
+    }
+    for (const std::string& server : servers) {
         for (const std::string method : {"pap", "chap", "mschap", "mschapv2"}) {
             SCOPED_TRACE(server + " " + method);
             expect_ending(send({"--username", "bob", "--password", "hello", "--method", method, server}),
@@ -113,14 +128,42 @@ TEST_F(SendToRealServer, WantsASignedReplyWhenToldTo) {
                   "accepted", 0);
 }
 
-TEST_F(SendToRealServer, AsksEveryOtherQuestion) {
-    expect_ending(send({"--code", "accounting", "User-Name=bob", on_v4(server_->accounting_port())}),
-                  "accepted", 0);
-    expect_ending(send({"--code", "status", server_->address()}), "accepted", 0);
-    expect_ending(send({"--code", "status", on_v4(server_->status_port())}), "accepted", 0);
-    expect_ending(send({"--code", "status", "tcp://" + server_->address()}), "accepted", 0);
-    expect_ending(send({"--code", "coa", "User-Name=bob", on_v4(server_->coa_port())}), "accepted", 0);
-    expect_ending(send({"--code", "disconnect", "User-Name=bob", on_v4(server_->coa_port())}), "accepted", 0);
+TEST_F(SendToRealServer, AccountsOverEveryWay) {
+    for (const std::uint16_t port : {server_->accounting_port(), proxy_->port()}) {
+        for (const std::string& server : every_way_to(port)) {
+            SCOPED_TRACE(server);
+            expect_ending(send({"--code", "accounting", "User-Name=bob", server}), "accepted", 0);
+        }
+    }
+}
+
+TEST_F(SendToRealServer, AsksForTheStatusOverEveryWay) {
+    std::vector<std::string> servers = every_way_to(server_->port());
+    servers.push_back(on_v4(server_->status_port()));
+    for (const std::string& way : every_way_to(proxy_->port())) {
+        servers.push_back(way);
+    }
+    for (const std::string& server : servers) {
+        SCOPED_TRACE(server);
+        expect_ending(send({"--code", "status", server}), "accepted", 0);
+    }
+}
+
+// The server knows these over UDP alone, the proxy not at all.
+TEST_F(SendToRealServer, ChangesAndEndsSessions) {
+    for (const std::string& server : {on_v4(server_->coa_port()), on_v6(server_->coa_port())}) {
+        for (const char* const code : {"coa", "disconnect"}) {
+            SCOPED_TRACE(server + " " + code);
+            expect_ending(send({"--code", code, "User-Name=bob", server}), "accepted", 0);
+            const ProcessResult refused = send({"--code", code, "User-Name=nobody", server});
+            expect_ending(refused, "rejected", 1);
+            EXPECT_TRUE(contains(refused.output, "Error-Cause 503, Session Context Not Found"))
+                << refused.output;
+        }
+    }
+}
+
+TEST_F(SendToRealServer, MeetsAChallenge) {
     expect_ending(send({"--username", "challenged", "--password", "x", server_->address()}), "challenge", 1);
     expect_ending(
         send({"--username", "challenged", "--password", "x", "--expect", "challenge", server_->address()}),
