@@ -588,7 +588,7 @@ class Conversations {
         report.verdict = failure.verdict;
         report.detail = std::move(failure.detail);
         report.error_number = failure.error_number;
-        report.icmp = std::move(failure.icmp);
+        report.icmp = failure.icmp;
     }
 
     void finish_round(Running& running) {

@@ -156,7 +156,8 @@ TEST(UdpConversation, SharesOneSourcePortAmongParallelRequests) {
     job.routes[0].source = net::Address::ipv4({127, 0, 0, 1}, port);
     ConversationOptions options = patient;
     options.parallel = 3;
-    for (const Conversation& conversation : run(std::move(job), options)) {
+    const std::vector<Conversation> conversations = run(job, options);
+    for (const Conversation& conversation : conversations) {
         EXPECT_EQ(told(conversation.last()), "accepted 127.0.0.1");
     }
     for (const test::Datagram& each : peer.finish()) {

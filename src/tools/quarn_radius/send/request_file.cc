@@ -141,7 +141,7 @@ class LineReader {
                 at = read_escape(at + 1, quote, text);
             }
         }
-        const utils::SecretText value(text);
+        utils::SecretText value(text);
         utils::wipe(text);
         if (at >= rest_.size()) {
             throw std::invalid_argument("the quotation mark at the end of the value is missing");

@@ -64,7 +64,7 @@ utils::SecretText read_file(const std::string& path) {
     }
     const std::string_view line = without_line_end({buffer.data(), *size});
     const bool is_one_line = line.find('\n') == std::string_view::npos && line.size() <= max_secret_size;
-    const utils::SecretText secret(line);
+    utils::SecretText secret(line);
     utils::wipe(buffer.data(), buffer.size());
     if (!is_one_line) {
         throw FileError(path + ": not a secret: it has more than one line or more than 4096 bytes");

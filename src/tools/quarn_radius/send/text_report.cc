@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <chrono>
-#include <cstdio>
 
 #include "common/colour.h"
 #include "common/terminal_text.h"
@@ -26,8 +26,9 @@ std::string octets_text(std::size_t count) {
 std::string milliseconds_text(client::Duration duration) {
     std::array<char, 32> text{};
     const double milliseconds = std::chrono::duration<double, std::milli>(duration).count();
-    std::snprintf(text.data(), text.size(), "%.2f ms", milliseconds);
-    return text.data();
+    const auto end =
+        std::to_chars(text.data(), text.data() + text.size(), milliseconds, std::chars_format::fixed, 2);
+    return std::string(text.data(), end.ptr) + " ms";
 }
 
 std::string packet_text(const radius::RadiusPacket& packet, bool show_hidden) {
@@ -163,6 +164,14 @@ std::string verdict_text(const Outcome& outcome, bool with_sentence) {
     return text + '\n';
 }
 
+/// Four hexadecimal digits, or more where they are needed.
+std::string offset_text(std::size_t offset) {
+    std::array<char, 16> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), offset, 16);
+    const auto digits = static_cast<std::size_t>(end.ptr - text.data());
+    return std::string(digits < 4 ? 4 - digits : 0, '0').append(text.data(), digits);
+}
+
 }  // namespace
 
 std::string bytes_text(utils::byte_span bytes) {
@@ -170,9 +179,7 @@ std::string bytes_text(utils::byte_span bytes) {
     std::string text;
     for (std::size_t offset = 0; offset < bytes.size(); offset += line_size) {
         const utils::byte_span line = bytes.subspan(offset, std::min(line_size, bytes.size() - offset));
-        std::array<char, 24> place{};
-        std::snprintf(place.data(), place.size(), "  %04zx ", offset);
-        text += place.data();
+        text += "  " + offset_text(offset) + ' ';
         std::string characters;
         for (const std::uint8_t byte : line) {
             text += ' ' + utils::bytes_to_hex(&byte, 1);

@@ -68,9 +68,9 @@ struct IcmpReport {
 
 /// An error on the way.
 struct TransportError {
-    ErrorOrigin origin;                   ///< which call, or the network
-    int number;                           ///< the errno value
-    std::optional<IcmpReport> icmp = {};  ///< for `ErrorOrigin::Network`
+    ErrorOrigin origin = ErrorOrigin::Send;  ///< which call, or the network
+    int number = 0;                          ///< the errno value
+    std::optional<IcmpReport> icmp = {};     ///< for `ErrorOrigin::Network`
 
     bool operator==(const TransportError&) const = default;
 };
