@@ -27,22 +27,11 @@ namespace {
 using SharedDictionary = std::shared_ptr<const radius::RadiusDictionary>;
 using utils::byte_span;
 
-/// Most notes of one kind in a report: a peer that sends a thousand packets gets no more.
-constexpr std::size_t max_notes_of_a_kind = 8;
-
 /// Most events taken of one transport before the others have their turn.
 constexpr int max_events_in_a_row = 64;
 
 /// Most packets thrown away before a request is sent: what is older than the request does not answer it.
 constexpr int max_stale_events = 1024;
-
-void add_note(std::vector<Note>& notes, NoteId id, std::string text) {
-    const auto of_this_kind =
-        std::count_if(notes.begin(), notes.end(), [id](const Note& note) { return note.id == id; });
-    if (static_cast<std::size_t>(of_this_kind) < max_notes_of_a_kind) {
-        notes.push_back({id, std::move(text)});
-    }
-}
 
 std::string error_text(int number) {
     return std::system_category().message(number);
@@ -672,7 +661,11 @@ class Conversations {
 
     /// Whether a socket could not be opened because there are too many, or because another one has the port.
     static bool is_shortage(const net::OpenError& error) {
-        return error.number == EMFILE || error.number == ENFILE || error.number == EADDRINUSE;
+        // A second connection from one port to the same server.
+        const bool is_connected_already =
+            error.step == net::OpenStep::Connect && error.number == EADDRNOTAVAIL;
+        return error.number == EMFILE || error.number == ENFILE || error.number == EADDRINUSE ||
+               is_connected_already;
     }
 
     bool other_lanes_in_use(const Running& running) const {

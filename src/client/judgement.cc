@@ -353,7 +353,7 @@ class ReplyJudge {
         }
     }
 
-    void note(NoteId id, std::string text) { result_.notes.push_back({id, std::move(text)}); }
+    void note(NoteId id, std::string text) { add_note(result_.notes, id, std::move(text)); }
 
     utils::byte_span packet_;  // of the size that its Length says, unless its header is at fault
     std::size_t trailing_;
@@ -365,10 +365,6 @@ class ReplyJudge {
 };
 
 }  // namespace
-
-bool Judgement::is_trusted() const {
-    return verdict == Verdict::Accepted || verdict == Verdict::Rejected || verdict == Verdict::Challenge;
-}
 
 Judgement judge_reply(utils::byte_span datagram, const EncodedRequest& request, std::string_view secret,
                       std::shared_ptr<const radius::RadiusDictionary> dictionary,

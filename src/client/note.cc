@@ -1,6 +1,8 @@
 #include "quarn/client/note.h"
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
 namespace quarn::client {
 
@@ -27,6 +29,14 @@ constexpr std::array rows = std::to_array<NoteRow>({
 });
 
 }  // namespace
+
+void add_note(std::vector<Note>& notes, NoteId id, std::string text) {
+    const auto of_this_kind =
+        std::count_if(notes.begin(), notes.end(), [id](const Note& note) { return note.id == id; });
+    if (static_cast<std::size_t>(of_this_kind) < max_notes_of_a_kind) {
+        notes.push_back({id, std::move(text)});
+    }
+}
 
 std::span<const NoteRow> note_rows() {
     return rows;

@@ -15,11 +15,15 @@ utils::Result<UdpTransport, net::OpenError> UdpTransport::open(const net::Addres
 }
 
 std::optional<TransportError> UdpTransport::send(utils::byte_span packet) {
+    // The kernel gives a report of the network on an earlier packet as the error of the next call. Taken
+    // before, it costs no packet; one on a packet that was never sent is dropped so.
+    if (const auto report = take_network_error()) {
+        return report;
+    }
     const auto error = socket_.send(packet);
     if (!error) {
         return std::nullopt;
     }
-    // The kernel gives a report of the network on an earlier packet as the error of the next call.
     if (const auto report = take_network_error()) {
         return report;
     }

@@ -59,6 +59,18 @@ constexpr std::array rows = std::to_array<VerdictRow>({
 
 }  // namespace
 
+bool is_trusted(Verdict verdict) {
+    switch (verdict) {
+        case Verdict::Accepted:
+        case Verdict::Rejected:
+        case Verdict::Challenge:
+        case Verdict::ExpectationFailed:
+            return true;
+        default:
+            return false;
+    }
+}
+
 std::span<const VerdictRow> verdict_rows() {
     return rows;
 }

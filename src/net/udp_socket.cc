@@ -139,19 +139,27 @@ std::optional<NetworkError> UdpSocket::take_network_error() {
     if (!error_queue_) {
         return std::nullopt;
     }
-    alignas(cmsghdr) std::array<char, 512> control{};
-    msghdr message{};
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    if (recvmsg(descriptor_.get(), &message, MSG_ERRQUEUE | MSG_DONTWAIT) < 0) {
-        return std::nullopt;
-    }
-    for (cmsghdr* part = CMSG_FIRSTHDR(&message); part != nullptr; part = CMSG_NXTHDR(&message, part)) {
-        if (is_error_report(*part)) {
-            return network_error_from(*part);
+    while (true) {
+        SocketAddress destination;
+        alignas(cmsghdr) std::array<char, 512> control{};
+        msghdr message{};
+        message.msg_name = destination.data();
+        message.msg_namelen = SocketAddress::capacity();
+        message.msg_control = control.data();
+        message.msg_controllen = control.size();
+        if (recvmsg(descriptor_.get(), &message, MSG_ERRQUEUE | MSG_DONTWAIT) < 0) {
+            return std::nullopt;
+        }
+        // Nothing was sent anywhere else: such a report is forged.
+        if (message.msg_namelen > 0 && destination.address() != remote_) {
+            continue;
+        }
+        for (cmsghdr* part = CMSG_FIRSTHDR(&message); part != nullptr; part = CMSG_NXTHDR(&message, part)) {
+            if (is_error_report(*part)) {
+                return network_error_from(*part);
+            }
         }
     }
-    return std::nullopt;
 }
 
 }  // namespace quarn::net

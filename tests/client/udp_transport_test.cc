@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 #include <netinet/ip_icmp.h>
+#include <poll.h>
+#include <sys/socket.h>
 
 #include <cerrno>
 #include <chrono>
@@ -111,6 +113,24 @@ TEST(UdpTransport, TellsAReportOfTheNetworkWhenTheNextPacketIsSent) {
     ASSERT_TRUE(error);
     EXPECT_EQ(error->origin, ErrorOrigin::Network);
     EXPECT_EQ(error->number, ECONNREFUSED);
+}
+
+TEST(UdpTransport, SendsInSpiteOfAReportOnAnotherDestination) {
+    UdpPeer peer;
+    const test::ClosedPort elsewhere;
+    UdpTransport transport =
+        opened(*net::Address::parse("127.0.0.1", peer.port()), {.connected = false, .error_queue = true});
+    sockaddr_in other{};
+    other.sin_family = AF_INET;
+    other.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    other.sin_port = htons(elsewhere.port());
+    ASSERT_EQ(sendto(transport.interest().descriptor, "x", 1, 0, reinterpret_cast<const sockaddr*>(&other),
+                     sizeof other),
+              1);
+    pollfd error{transport.interest().descriptor, POLLIN, 0};
+    ASSERT_EQ(poll(&error, 1, 30000), 1);
+    EXPECT_EQ(transport.send(header(1, 7)), std::nullopt);
+    EXPECT_EQ(peer.finish().size(), 1U);
 }
 
 TEST(UdpTransport, GivesAPacketBeforeAReportOfTheNetwork) {

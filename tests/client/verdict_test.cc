@@ -21,6 +21,12 @@ TEST(Verdicts, HaveTheirWordsAndExitStatuses) {
                          "6 wrong-identifier", "6 wrong-source", "6 unexpected-code", "6 malformed"}));
 }
 
+TEST(Verdicts, OfAuthenticAnswersAreTrusted) {
+    for (const VerdictRow& row : verdict_rows()) {
+        EXPECT_EQ(is_trusted(row.verdict), row.exit_status <= 1) << row.word;
+    }
+}
+
 TEST(Verdicts, AreFoundByTheirWordAndInTheirRow) {
     for (const VerdictRow& row : verdict_rows()) {
         EXPECT_EQ(verdict_row(row.verdict).word, row.word);

@@ -338,6 +338,9 @@ TEST(Send, AnswersChallengesInTurn) {
     const ProcessResult run =
         run_process(send_command(as_bob({peer.address(), "--answer", "one", "--answer", "two"})));
     expect_verdict(run, Verdict::Accepted);
+    EXPECT_TRUE(contains(run.output, "challenge: The server asked for more, and was answered.\n"))
+        << run.output;
+    EXPECT_FALSE(contains(run.output, "got no answer")) << run.output;
     const std::vector<Datagram> requests = peer.finish();
     ASSERT_EQ(requests.size(), 3U);
     for (std::size_t i = 1; i < 3; ++i) {
@@ -509,6 +512,8 @@ TEST(Send, EndsWith2ForWrongUse) {
         {{"127.0.0.1", "--require-message-authenticator", "maybe"},
          "--require-message-authenticator: \"maybe\" is neither yes, warn nor no"},
         {{"127.0.0.1", "--secret-file", "x"}, "give one of --secret, --secret-file and --secret-env"},
+        {{"127.0.0.1", "--timeout", "nan"},
+         "--timeout: \"nan\" is no number\nRun with --help for more information."},
         {{"127.0.0.1", "--mac", "00"}, "--mac: \"00\" is no MAC address"},
         {{"127.0.0.1", "26.9.1=0x" + std::string(10000, '0')},
          "the request has 5206 octets, and at most 4096 fit into a packet"},
@@ -537,6 +542,44 @@ TEST(Send, EndsWith3ForAFileThatCannotBeRead) {
                      .arguments = {"send", "-d", "/nowhere", "--secret", "a", "127.0.0.1"}});
     EXPECT_EQ(no_dictionary.errors, "quarn-radius: /nowhere: cannot load: bad file: /nowhere\n");
     EXPECT_EQ(no_dictionary.ending, exited_with(3));
+}
+
+TEST(Send, TakesNoEmptySecret) {
+    const ScratchFolder folder;
+    for (const bool is_dry : {false, true}) {
+        std::vector<std::string> arguments = {"send",
+                                              "-d",
+                                              QUARN_SOURCE_DIR "/share/quarn/radius/dictionary.yaml",
+                                              "--secret-file",
+                                              folder.write("empty", ""),
+                                              "127.0.0.1"};
+        if (is_dry) {
+            arguments.emplace_back("--dry-run");
+        }
+        const ProcessResult run = run_process({.program = QUARN_RADIUS_PROGRAM, .arguments = arguments});
+        EXPECT_EQ(run.errors, "quarn-radius: the shared secret is empty\n");
+        EXPECT_EQ(run.ending, exited_with(2));
+    }
+}
+
+TEST(Send, ShowsNoOctetsThatASecretWouldHide) {
+    const ProcessResult run = run_process(
+        {.program = QUARN_RADIUS_PROGRAM,
+         .arguments = {"send", "-d", QUARN_SOURCE_DIR "/share/quarn/radius/dictionary.yaml", "--username",
+                       "bob", "--password", "hello", "--dry-run", "--verbose", "127.0.0.1"}});
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run.errors,
+              "quarn-radius: --verbose shows the octets of the request, which depend on the shared secret: "
+              "give one\n");
+    EXPECT_EQ(run.ending, exited_with(2));
+}
+
+TEST(Send, RevealsNothingOfAReplyThatItDoesNotTrust) {
+    UdpPeer peer({reply({.code = access_accept, .message_authenticator = false})});
+    const ProcessResult run = run_process(send_command(
+        as_bob({"--json", "--require-message-authenticator", "yes", "--show-secrets", peer.address()})));
+    EXPECT_TRUE(contains(run.output, "\"verdict\": \"message-authenticator-missing\"")) << run.output;
+    EXPECT_TRUE(contains(run.output, "\"verified\": false")) << run.output;
 }
 
 TEST(Send, WantsASecret) {

@@ -260,6 +260,23 @@ TEST(UdpSocket, TellsOfARefusedIpv6PortByItsErrorQueue) {
     EXPECT_EQ(socket.take_network_error(), (NetworkError{ECONNREFUSED, 1, 4, ipv6_loopback(0)}));
 }
 
+TEST(UdpSocket, DropsReportsOnOtherDestinations) {
+    const test::ClosedPort port;
+    const test::ClosedPort elsewhere;
+    UdpSocket socket = opened(loopback(port.port()), {.connected = false, .error_queue = true});
+    sockaddr_in other{};
+    other.sin_family = AF_INET;
+    other.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    other.sin_port = htons(elsewhere.port());
+    ASSERT_EQ(sendto(socket.descriptor(), "x", 1, 0, reinterpret_cast<const sockaddr*>(&other), sizeof other),
+              1);
+    const auto ready = socket.wait(long_time);
+    ASSERT_TRUE(ready);
+    EXPECT_TRUE(*ready);
+    EXPECT_EQ(socket.take_network_error(), std::nullopt);
+    EXPECT_EQ(receive_error(socket), EAGAIN) << "the report is gone";
+}
+
 TEST(UdpSocket, TellsThatSendingFails) {
     UdpPeer peer;
     for (const bool connected : {true, false}) {

@@ -58,6 +58,18 @@ CLI::App& add_group(CLI::App& program, const std::string& name, const std::strin
     return group;
 }
 
+/// What is wrong with the command line. Of an unknown option its value is left out, which may be a secret.
+std::string problem_of(const CLI::App& program, const CLI::ParseError& error) {
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) {
+        return error.what();
+    }
+    std::string text = "not expected:";
+    for (const std::string& argument : program.remaining(true)) {
+        text += ' ' + (argument.starts_with('-') ? argument.substr(0, argument.find('=')) : argument);
+    }
+    return text;
+}
+
 tools::ExitStatus run_command(int argc, const char* const* argv, Streams streams, ArgumentSecrets secrets) {
     CLI::App program("Asks RADIUS servers anything, and looks after RADIUS dictionaries.", "quarn-radius");
     program.set_version_flag("--version", "quarn-radius " QUARN_VERSION);
@@ -73,8 +85,13 @@ tools::ExitStatus run_command(int argc, const char* const* argv, Streams streams
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return program.exit(error, streams.output, streams.errors) == 0 ? tools::ExitStatus::Fine
-                                                                        : tools::ExitStatus::Usage;
+        if (error.get_exit_code() == 0) {  // --help and --version are errors to the parser
+            program.exit(error, streams.output, streams.errors);
+            return tools::ExitStatus::Fine;
+        }
+        streams.errors << "quarn-radius: " << tools::terminal_text(problem_of(program, error))
+                       << "\nRun with --help for more information.\n";
+        return tools::ExitStatus::Usage;
     }
     const auto chosen = std::find_if(commands.begin(), commands.end(),
                                      [](const Command& command) { return command.parser->parsed(); });

@@ -18,7 +18,7 @@
 #include "quarn/utils/text.h"
 #include "quarn_radius/dictionary/code_text.h"
 #include "quarn_radius/dictionary/files.h"
-#include "quarn_radius/dictionary/name_pattern.h"
+#include "quarn_radius/name_pattern.h"
 
 namespace quarn::quarn_radius {
 

@@ -1,8 +1,13 @@
 #include "quarn_radius/send/argument_secrets.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <string>
 #include <string_view>
+#include <utility>
+
+#include "quarn/utils/ascii.h"
 
 namespace quarn::quarn_radius {
 
@@ -24,28 +29,51 @@ void store(ArgumentSecrets& secrets, std::string_view option, utils::SecretText 
     }
 }
 
+/// Whether the argument is NAME=VALUE, or another comparison, with a name that tells of a secret.
+bool names_a_secret(std::string_view argument) {
+    const std::string name = utils::ascii_lower(argument.substr(0, argument.find_first_of("=~<>")));
+    return name.size() < argument.size() && !name.starts_with('-') &&
+           (name.find("password") != name.npos || name.find("secret") != name.npos);
+}
+
+/// Replaces the argument by a copy, and overwrites its value where other processes see it.
+void keep_copy(ArgumentSecrets& secrets, char*& argument) {
+    char* const value = argument + std::strcspn(argument, "=~<>") + 1;
+    secrets.kept.emplace_back(argument, argument + std::strlen(argument) + 1);
+    utils::wipe(value, std::strlen(value));
+    argument = secrets.kept.back().data();
+}
+
 }  // namespace
 
-ArgumentSecrets take_secrets(int argc, char* const* argv) {
+ArgumentSecrets take_secrets(int& argc, char** argv) {
     constexpr std::array options = std::to_array<std::string_view>({"--secret", "--password", "--answer"});
     ArgumentSecrets secrets;
     if (argc < 2 || std::string_view(argv[1]) != "send") {
         return secrets;
     }
-    for (int i = 2; i < argc && std::string_view(argv[i]) != "--"; ++i) {
+    int kept = 2;
+    bool is_option = true;  // before "--"
+    for (int i = 2; i < argc; ++i) {
         const std::string_view argument = argv[i];
-        for (const std::string_view option : options) {
-            if (argument == option && i + 1 < argc) {
-                store(secrets, option, take(argv[i + 1]));
-                ++i;
-                break;
+        is_option = is_option && argument != "--";
+        const std::string_view name = argument.substr(0, argument.find('='));
+        if (is_option && std::find(options.begin(), options.end(), name) != options.end()) {
+            if (name.size() < argument.size()) {
+                store(secrets, name, take(argv[i] + name.size() + 1));
+                continue;
             }
-            if (argument.starts_with(option) && argument.substr(option.size()).starts_with('=')) {
-                store(secrets, option, take(argv[i] + option.size() + 1));
-                break;
+            if (i + 1 < argc) {
+                store(secrets, name, take(argv[++i]));
+                continue;
             }
+        } else if (names_a_secret(argument)) {
+            keep_copy(secrets, argv[i]);
         }
+        argv[kept++] = argv[i];
     }
+    argc = kept;
+    argv[argc] = nullptr;
     return secrets;
 }
 

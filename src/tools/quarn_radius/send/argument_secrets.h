@@ -1,6 +1,7 @@
 // Secrets on the command line: other users see it, in `ps`, for as long as the program runs.
 #pragma once
 
+#include <list>
 #include <optional>
 #include <vector>
 
@@ -13,10 +14,13 @@ struct ArgumentSecrets {
     std::optional<utils::SecretText> secret = {};    ///< of --secret
     std::optional<utils::SecretText> password = {};  ///< of --password
     std::vector<utils::SecretText> answers = {};     ///< of each --answer
+    /// Arguments, with a zero byte at the end of each, that the command line points to now.
+    std::list<std::vector<char, utils::WipingAllocator<char>>> kept = {};
 };
 
-/// Takes the values of --secret, --password and --answer off the command line of `send`: the arguments are
-/// overwritten and left empty. The command line of every other command stays as it is.
-ArgumentSecrets take_secrets(int argc, char* const* argv);
+/// Takes secrets off the command line of `send`, and overwrites what other processes see of it. --secret,
+/// --password and --answer are left out with their values. An attribute with "password" or "secret" in its
+/// name, as operand or expectation, stays, as a copy. The command line of every other command stays as it is.
+ArgumentSecrets take_secrets(int& argc, char** argv);
 
 }  // namespace quarn::quarn_radius

@@ -19,7 +19,7 @@
 #include "quarn/radius/dictionary.h"
 #include "quarn/radius/packet.h"
 #include "quarn/utils/bytes.h"
-#include "quarn_radius/dictionary/name_pattern.h"
+#include "quarn_radius/name_pattern.h"
 
 namespace quarn::quarn_radius {
 

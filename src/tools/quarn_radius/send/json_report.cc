@@ -69,17 +69,17 @@ void add_reply(JsonObject& object, const client::Report& report, const ReportSty
         return;
     }
     const radius::RadiusPacket* const packet = report.decoded ? report.decoded->unverified_packet() : nullptr;
+    const bool is_trusted = client::is_trusted(report.verdict);
     JsonObject reply;
     if (packet != nullptr) {
-        const bool is_revealed = report.decoded->verified() != nullptr;
-        reply = packet_json(*packet, report.reply->size(), style.show_secrets && is_revealed);
+        reply = packet_json(*packet, report.reply->size(), style.show_secrets && is_trusted);
     } else {
         reply.add("length", narrow(report.reply->size()));
     }
     if (report.reply_source) {
         reply.add("source", report.reply_source->text());
     }
-    reply.add("verified", report.decoded && report.decoded->verified() != nullptr);
+    reply.add("verified", is_trusted);
     if (style.verbose || packet == nullptr) {
         reply.add("hex", utils::bytes_to_hex(report.reply->data(), report.reply->size()));
     }
@@ -134,7 +134,7 @@ std::string outcome_json(const Outcome& outcome, const ReportStyle& style, std::
     if (outcome.verdict) {
         const client::VerdictRow& row = client::verdict_row(*outcome.verdict);
         object.add("verdict", row.word);
-        object.add("sentence", row.sentence);
+        object.add("sentence", sentence_of(outcome));
     } else {
         object.add_null("verdict");
     }

@@ -9,6 +9,11 @@ namespace quarn::quarn_radius {
 
 namespace radius = subscriber::radius;
 
+std::string_view sentence_of(const Outcome& outcome) {
+    return outcome.is_answered ? "The server asked for more, and was answered."
+                               : client::verdict_row(*outcome.verdict).sentence;
+}
+
 std::string code_name(std::uint8_t code) {
     constexpr std::uint8_t protocol_error = 52;  // RFC 7930, section 4
     const std::string_view name = code == protocol_error ? "Protocol-Error" : radius::packet_code_name(code);

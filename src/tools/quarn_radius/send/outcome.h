@@ -33,6 +33,7 @@ struct CheckedExpectation {
 struct Outcome {
     const client::Report* report = nullptr;       ///< never null
     std::optional<client::Verdict> verdict = {};  ///< nothing for a dry run
+    bool is_answered = false;                     ///< a challenge that the next exchange answers
     int exit_status = 0;                          ///< of a run with nothing but this exchange
     std::string origin = {};      ///< where the request was written, "file:line"; may be empty
     std::string session_id = {};  ///< Acct-Session-Id of an Accounting-Request; else empty
@@ -47,6 +48,9 @@ struct ReportStyle {
     bool verbose = false;       ///< the bytes, too
     bool quiet = false;         ///< the verdict's line alone
 };
+
+/// The verdict's sentence; another one for a challenge that was answered. The outcome has a verdict.
+std::string_view sentence_of(const Outcome& outcome);
 
 /// A name for a code that may be unknown: "Access-Request", "code 99".
 std::string code_name(std::uint8_t code);

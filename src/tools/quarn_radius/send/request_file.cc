@@ -196,14 +196,15 @@ class LineReader {
     std::string_view rest_;
 };
 
-FileAttribute read_pair(LineReader& reader, std::uint32_t line, RequestFile& file) {
+/// Reads one attribute at the place, whose file and line stand in notes.
+FileAttribute read_pair(LineReader& reader, const Place& place, Problems& notes) {
     FileAttribute attribute;
-    attribute.line = line;
+    attribute.line = place.line;
     attribute.text.name = reader.name();
     const std::string_view comparison = reader.comparison();
     if (comparison == ":=" || comparison == "+=" || comparison == "==") {
-        file.notes.push_back(
-            {file.name, line, Severity::Note,
+        notes.push_back(
+            {place.file, place.line, Severity::Note,
              attribute.text.name + ": the operator " + std::string(comparison) + " is read as ="});
     } else if (comparison != "=") {
         throw std::invalid_argument("the operator " + std::string(comparison) +
@@ -218,10 +219,10 @@ bool is_blank_line(std::string_view line) {
     return std::all_of(line.begin(), line.end(), is_blank);
 }
 
-void read_line(std::string_view line, std::uint32_t number, RequestFile& file, FileRequest& request) {
+void read_line(std::string_view line, const Place& place, FileRequest& request) {
     LineReader reader(line);
     while (!reader.at_end()) {
-        request.attributes.push_back(read_pair(reader, number, file));
+        request.attributes.push_back(read_pair(reader, place, request.notes));
     }
 }
 
@@ -252,7 +253,7 @@ std::string read_text(int descriptor, const std::string& name) {
 }  // namespace
 
 RequestFile parse_request_file(std::string_view text, const std::string& name) {
-    RequestFile file{.name = name, .requests = {}, .notes = {}};
+    RequestFile file{.name = name, .requests = {}};
     FileRequest request;
     const auto end_request = [&] {
         if (!request.attributes.empty()) {
@@ -271,7 +272,7 @@ RequestFile parse_request_file(std::string_view text, const std::string& name) {
             continue;
         }
         try {
-            read_line(line, number, file, request);
+            read_line(line, {name, number}, request);
         } catch (const std::invalid_argument& error) {
             throw std::invalid_argument(place_text({name, number}) + ": " + error.what());
         }

@@ -37,16 +37,16 @@ struct FileAttribute {
     std::uint32_t line = 1;  ///< 1-based
 };
 
-/// One request: its attributes in order, at least one.
+/// One request.
 struct FileRequest {
-    std::vector<FileAttribute> attributes;
+    std::vector<FileAttribute> attributes;  ///< in order, at least one
+    Problems notes;                         ///< operators that were read as "="
 };
 
 /// What a file holds.
 struct RequestFile {
     std::string name;  ///< as it stands in messages
     std::vector<FileRequest> requests;
-    Problems notes;  ///< operators that were read as "="
 };
 
 /// Reads the text of a file. Throws `std::invalid_argument` "NAME:LINE: REASON" for the first line that

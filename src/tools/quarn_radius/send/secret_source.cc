@@ -149,10 +149,10 @@ std::optional<utils::SecretText> ask_secret(std::string_view prompt) {
         size = read_bytes(descriptor, buffer, /*until_line_end=*/true);
         static_cast<void>(!write(descriptor, "\n", 1));  // the one that was typed had no echo
     }
-    const utils::SecretText secret(without_line_end({buffer.data(), size.value_or(0)}));
+    utils::SecretText secret(without_line_end({buffer.data(), size.value_or(0)}));
     utils::wipe(buffer.data(), buffer.size());
     if (size.value_or(0) == 0) {
-        throw std::invalid_argument("nothing was typed");
+        return std::nullopt;
     }
     return secret;
 }

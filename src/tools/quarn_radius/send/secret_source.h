@@ -30,8 +30,8 @@ inline constexpr std::size_t short_secret_size = 12;
 /// more than one line.
 std::optional<utils::SecretText> read_secret(const SecretSource& source, std::string_view option);
 
-/// Asks at the terminal that is standard input, without echo. Nothing when standard input is no terminal. The
-/// prompt goes to the terminal as well. Throws `std::invalid_argument` when the input ends without a line.
+/// Asks at the terminal that is standard input, without echo. Nothing when standard input is no terminal, or
+/// ends without a line. The prompt goes to the terminal as well.
 std::optional<utils::SecretText> ask_secret(std::string_view prompt);
 
 }  // namespace quarn::quarn_radius

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <iterator>
 #include <set>
 #include <span>
 #include <stdexcept>
@@ -26,6 +28,13 @@ void add_text(CLI::App& command, const char* name, std::string& value, const cha
 void add_texts(CLI::App& command, const char* name, std::vector<std::string>& values, const char* type,
                const char* help) {
     command.add_option(name, values, help)->type_name(type)->allow_extra_args(false);
+}
+
+/// CLI::Range takes "nan" for a number of every range.
+std::string refuse_nan(const std::string& text) {
+    double number = 0;
+    return CLI::detail::lexical_cast(text, number) && std::isnan(number) ? "\"" + text + "\" is no number"
+                                                                         : "";
 }
 
 void add_where_to(CLI::App& command, SendOptions& options) {
@@ -65,13 +74,15 @@ void add_credentials(CLI::App& command, SendOptions& options) {
 void add_how_to_wait(CLI::App& command, SendOptions& options) {
     command.add_option("--timeout", options.timeout, "Seconds that each try waits (3)")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.001, longest_time).description(""));
+        ->check(CLI::Range(0.001, longest_time).description(""))
+        ->check(refuse_nan);
     command.add_option("--tries", options.tries, "How often to send over UDP (3)")
         ->type_name("N")
         ->check(CLI::Range(1, 1000).description(""));
     command.add_option("--grace", options.grace, "Wait for a better packet after a bad one (50)")
         ->type_name("MS")
-        ->check(CLI::Range(0.0, longest_time * 1000).description(""));
+        ->check(CLI::Range(0.0, longest_time * 1000).description(""))
+        ->check(refuse_nan);
     command.add_flag("--wait", options.wait,
                      "Discard packets that cannot be accepted, and wait\nfor the whole time, as a NAS does");
     command.add_option("--parallel", options.parallel, "How many requests are under way at once (1)")
@@ -99,13 +110,16 @@ void add_what_to_show(CLI::App& command, SendOptions& options) {
     throw std::invalid_argument(place_text({profile.file, line}) + ": " + reason);
 }
 
-/// The long names of the options, without their dashes.
+bool is_for_profiles(const std::string& option) {
+    return option != "help" && option != "profile";
+}
+
+/// The long names of the options that a profile may set, without their dashes.
 std::vector<std::string> option_names(const CLI::App& command) {
     std::vector<std::string> names;
     for (const CLI::Option* const option : command.get_options()) {
-        for (const std::string& name : option->get_lnames()) {
-            names.push_back(name);
-        }
+        const std::vector<std::string>& own = option->get_lnames();
+        std::copy_if(own.begin(), own.end(), std::back_inserter(names), is_for_profiles);
     }
     return names;
 }
@@ -134,6 +148,15 @@ class CommandLine {
             std::any_of(options.operands.begin(), options.operands.end(), is_server_operand);
         if (has_server) {
             given_.insert("server");
+        }
+        if (options.taken.secret) {
+            given_.insert("secret");
+        }
+        if (options.taken.password) {
+            given_.insert("password");
+        }
+        if (!options.taken.answers.empty()) {
+            given_.insert("answer");
         }
         add_other_ways(secret_ways);
         add_other_ways(password_ways);
@@ -189,7 +212,7 @@ void apply_profile(CLI::App& command, const Profile& profile, SendOptions& optio
     const CommandLine command_line(command, options);
     for (const ProfileOption& setting : profile.options) {
         CLI::Option* const option = command.get_option_no_throw("--" + setting.name);
-        if (option == nullptr || setting.name == "profile" || setting.name == "help") {
+        if (option == nullptr || !is_for_profiles(setting.name)) {
             fail(profile, setting.line, unknown_option(command, setting.name));
         }
         if (!command_line.decides(setting.name)) {

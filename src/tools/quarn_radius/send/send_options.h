@@ -32,13 +32,13 @@ struct SendOptions {
     std::string username;
     std::string method = "pap";
     std::string mac_address;
-    std::string secret;  ///< empty when it was taken off the command line; see `ArgumentSecrets`
+    std::string secret;  ///< of the profile; that of the command line is among `taken`
     std::string secret_file;
     std::string secret_variable;
-    std::string password;  ///< the same
+    std::string password;  ///< of the profile
     std::string password_file;
     std::string password_variable;
-    std::vector<std::string> answers;  ///< the same
+    std::vector<std::string> answers;  ///< of the profile
 
     double timeout = 3;  ///< seconds
     int tries = 3;

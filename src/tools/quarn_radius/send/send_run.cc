@@ -51,7 +51,6 @@ client::Duration duration_of(std::chrono::duration<double> seconds) {
     return std::chrono::duration_cast<client::Duration>(seconds);
 }
 
-/// The row of a table whose word this is. `option` and `words` are for the message.
 client::RequireMessageAuthenticator parse_requirement(const std::string& text) {
     if (text == "yes") {
         return client::RequireMessageAuthenticator::Yes;
@@ -115,12 +114,14 @@ std::vector<client::Route> make_routes(const SendOptions& options) {
 struct WrittenRequest {
     std::string origin;  ///< where its first attribute stands; empty for one of the command line
     std::vector<PlacedAttribute> attributes;
+    std::vector<Remark> remarks;
 };
 
 /// One exchange to make.
 struct Exchange {
     RequestDraft draft;
     std::string origin;
+    std::vector<Remark> remarks;  ///< on how the request was written
     std::size_t route = 0;
     std::size_t answers_given = 0;
 };
@@ -205,7 +206,16 @@ class SendRun {
         settings_.password = read_secret(source_of(options_.taken.password, options_.password,
                                                    options_.password_file, options_.password_variable),
                                          "password");
+        if (secret && std::string_view(*secret).empty()) {
+            // It would sign nothing, and passwords would be sent in clear.
+            throw std::invalid_argument("the shared secret is empty");
+        }
         if (options_.dry_run) {
+            if (!secret && options_.verbose) {
+                throw std::invalid_argument(
+                    "--verbose shows the octets of the request, which depend on the shared secret: "
+                    "give one");
+            }
             secret_ = secret.value_or(utils::SecretText());
             return;
         }
@@ -246,9 +256,6 @@ class SendRun {
             if (files_.back().requests.empty()) {
                 throw std::invalid_argument(files_.back().name + ": no request is in it");
             }
-            for (const Problem& note : files_.back().notes) {
-                remarks_.push_back({"operator", place_text({note.file, note.line}) + ": " + note.text});
-            }
         }
         std::vector<WrittenRequest> requests;
         for (const RequestFile& file : files_) {
@@ -257,6 +264,10 @@ class SendRun {
                 written.origin = place_text({file.name, request.attributes.front().line});
                 for (const FileAttribute& attribute : request.attributes) {
                     written.attributes.push_back({&attribute.text, place_text({file.name, attribute.line})});
+                }
+                for (const Problem& note : request.notes) {
+                    written.remarks.push_back(
+                        {"operator", place_text({note.file, note.line}) + ": " + note.text});
                 }
                 requests.push_back(std::move(written));
             }
@@ -295,7 +306,7 @@ class SendRun {
             for (std::size_t route = 0; route < std::max<std::size_t>(routes_.size(), 1); ++route) {
                 RequestDraft draft =
                     make_draft(settings_, request.attributes, identifier, dictionary_, facts);
-                exchanges_.push_back({std::move(draft), request.origin, route, 0});
+                exchanges_.push_back({std::move(draft), request.origin, request.remarks, route, 0});
                 identifier = static_cast<std::uint8_t>((identifier + 1U) & 0xFFU);
             }
         }
@@ -364,13 +375,14 @@ class SendRun {
         if (number < options_.answers.size() && options_.taken.answers.empty()) {
             return utils::SecretText(options_.answers[number]);
         }
-        std::string prompt;
+        std::string prompt =
+            "Challenge of " + tools::terminal_text(routes_[exchange.route].server.text) + ": ";
         if (const radius::RadiusAttribute* const message = challenge.find_attribute("Reply-Message")) {
             for (const radius::RadiusValue& value : message->values) {
                 prompt += tools::terminal_text(value_text(*message, value, nullptr).text) + ' ';
             }
         }
-        return ask_secret(prompt.empty() ? "Answer: " : prompt);
+        return ask_secret(prompt);
     }
 
     std::optional<client::Ask> answer(std::size_t ask, const Conversation& so_far) {
@@ -394,6 +406,7 @@ class SendRun {
         outcome.origin = exchange.origin;
         outcome.session_id = exchange.draft.session_id;
         outcome.remarks = remarks_;
+        outcome.remarks.insert(outcome.remarks.end(), exchange.remarks.begin(), exchange.remarks.end());
         for (const std::string& note : exchange.draft.notes) {
             outcome.remarks.push_back({"passed-over", note});
         }
@@ -408,6 +421,7 @@ class SendRun {
             outcome.verdict = report.verdict;
             outcome.exit_status = client::verdict_row(report.verdict).exit_status;
             const bool is_last = round + 1 == conversation.rounds.size();
+            outcome.is_answered = !is_last;
             std::optional<client::Diagnosis> diagnosis;
             if (is_last) {
                 check_expectations(outcome);
@@ -428,9 +442,7 @@ class SendRun {
         const Verdict verdict = *outcome.verdict;
         const radius::RadiusPacket* const reply =
             outcome.report->decoded ? outcome.report->decoded->verified() : nullptr;
-        const bool is_answer =
-            verdict == Verdict::Accepted || verdict == Verdict::Rejected || verdict == Verdict::Challenge;
-        if (expectations_.empty() || !is_answer || reply == nullptr) {
+        if (expectations_.empty() || !client::is_trusted(verdict) || reply == nullptr) {
             return;
         }
         bool names_kind = false;

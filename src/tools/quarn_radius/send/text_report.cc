@@ -100,8 +100,7 @@ std::string reply_text(const client::Report& report, const ReportStyle& style) {
     }
     text += ", " + octets_text(bytes.size()) + '\n';
     if (packet != nullptr) {
-        const bool is_revealed = report.decoded->verified() != nullptr;
-        text += packet_text(*packet, style.show_secrets && is_revealed);
+        text += packet_text(*packet, style.show_secrets && client::is_trusted(report.verdict));
         text += checks_text(report.decoded->checks());
     }
     return style.verbose ? text + bytes_text(bytes) : text;
@@ -148,7 +147,7 @@ std::string verdict_text(const Outcome& outcome, bool with_sentence) {
     const client::VerdictRow& row = client::verdict_row(*outcome.verdict);
     std::string text = tools::colourise(colour_of(outcome.exit_status), row.word);
     if (with_sentence) {
-        text += ": " + std::string(row.sentence);
+        text += ": " + std::string(sentence_of(outcome));
         if (!outcome.report->detail.empty()) {
             text += ' ' + tools::terminal_text(outcome.report->detail);
         }

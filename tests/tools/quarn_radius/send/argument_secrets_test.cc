@@ -18,7 +18,17 @@ class Arguments {
         }
     }
 
-    ArgumentSecrets take() { return take_secrets(static_cast<int>(pointers_.size()), pointers_.data()); }
+    ArgumentSecrets take() {
+        int count = static_cast<int>(pointers_.size());
+        pointers_.push_back(nullptr);
+        ArgumentSecrets secrets = take_secrets(count, pointers_.data());
+        EXPECT_EQ(pointers_[static_cast<std::size_t>(count)], nullptr);
+        pointers_.resize(static_cast<std::size_t>(count));
+        return secrets;
+    }
+
+    /// The arguments that are left to the program.
+    std::vector<std::string> left() const { return {pointers_.begin(), pointers_.end()}; }
 
     /// The arguments as another process sees them, zero bytes as ".".
     std::string seen() const {
@@ -47,6 +57,29 @@ TEST(TakeSecrets, OverwritesWhatItTakes) {
     EXPECT_EQ(secrets.answers[0], "f");
     EXPECT_EQ(secrets.answers[1], "g");
     EXPECT_EQ(arguments.seen(), "quarn-radius send --secret ... --password=.. --answer . --answer=.");
+    EXPECT_EQ(arguments.left(), (std::vector<std::string>{"quarn-radius", "send"}));
+}
+
+TEST(TakeSecrets, LeavesTheArgumentsBesideThem) {
+    Arguments arguments(
+        {"quarn-radius", "send", "--secret=abc", "host", "--password=", "User-Name=bob", "--", "x"});
+    const ArgumentSecrets secrets = arguments.take();
+    EXPECT_EQ(secrets.secret.value(), "abc");
+    EXPECT_EQ(secrets.password.value(), "");
+    EXPECT_EQ(arguments.left(),
+              (std::vector<std::string>{"quarn-radius", "send", "host", "User-Name=bob", "--", "x"}));
+}
+
+TEST(TakeSecrets, HidesAttributesThatAreSecrets) {
+    Arguments arguments({"quarn-radius", "send", "User-Password=abc", "--expect", "tunnel-PASSWORD:1~de",
+                         "--", "MS-Secret=f", "User-Name=password"});
+    const ArgumentSecrets secrets = arguments.take();
+    EXPECT_EQ(arguments.left(),
+              (std::vector<std::string>{"quarn-radius", "send", "User-Password=abc", "--expect",
+                                        "tunnel-PASSWORD:1~de", "--", "MS-Secret=f", "User-Name=password"}));
+    EXPECT_EQ(arguments.seen(),
+              "quarn-radius send User-Password=... --expect tunnel-PASSWORD:1~.. -- MS-Secret=. "
+              "User-Name=password");
 }
 
 TEST(TakeSecrets, LeavesEverythingElse) {

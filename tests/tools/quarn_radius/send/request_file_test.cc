@@ -78,14 +78,15 @@ TEST(RequestFile, ReadsWhatOtherSystemsWrite) {
 }
 
 TEST(RequestFile, NotesOperatorsThatMeanNothingHere) {
-    const RequestFile file = parse_request_file("A := 1\nB += 2, C == 3\nD = 4\n", "file");
+    const RequestFile file = parse_request_file("A := 1\nB += 2, C == 3\nD = 4\n\nE = 5\n", "file");
     Lines notes;
-    for (const Problem& note : file.notes) {
+    for (const Problem& note : file.requests.front().notes) {
         notes.push_back(problem_line(note));
     }
     EXPECT_EQ(notes, (Lines{"file:1: note: A: the operator := is read as =",
                             "file:2: note: B: the operator += is read as =",
                             "file:2: note: C: the operator == is read as ="}));
+    EXPECT_EQ(file.requests.back().notes, Problems()) << "each request has its own notes";
 }
 
 TEST(RequestFile, TellsTheLineOfWhatItCannotRead) {

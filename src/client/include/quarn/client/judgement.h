@@ -47,8 +47,7 @@ struct Judgement {
     std::optional<std::size_t> offset = {};         ///< for `Verdict::Malformed`: the octet, from 0 on
     std::optional<std::uint32_t> error_cause = {};  ///< the number in Error-Cause (RFC 5176, section 3.5)
 
-    /// Whether the reply is authentic: verdicts `Accepted`, `Rejected` and `Challenge`.
-    bool is_trusted() const;
+    bool is_trusted() const { return client::is_trusted(verdict); }
 };
 
 /// Judges a datagram as the reply to a request. Never throws for bad bytes; `std::invalid_argument` for a

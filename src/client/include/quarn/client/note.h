@@ -5,10 +5,12 @@
 //     }
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quarn::client {
 
@@ -41,6 +43,12 @@ struct Note {
     /// Member by member.
     bool operator==(const Note&) const = default;
 };
+
+/// Most notes of one kind: who sends a thousand odd packets, or attributes, gets no more.
+constexpr std::size_t max_notes_of_a_kind = 8;
+
+/// Adds a note, unless there are as many of its kind as there may be.
+void add_note(std::vector<Note>& notes, NoteId id, std::string text);
 
 /// A note's identity as a word: lower-case letters, digits and hyphens, never changed.
 struct NoteRow {

@@ -45,6 +45,10 @@ struct VerdictRow {
     int exit_status;            ///< of a program that ends with this verdict: 0 to 7
 };
 
+/// Whether a reply of this verdict is authentic and answers the request: `Accepted`, `Rejected`, `Challenge`
+/// and `ExpectationFailed`. Believe nothing that any other reply says.
+bool is_trusted(Verdict verdict);
+
 /// Every verdict once, in the order of the enumeration.
 std::span<const VerdictRow> verdict_rows();
 

@@ -104,7 +104,9 @@ class UdpSocket {
     /// too: a datagram with a wrong checksum wakes whoever waits, and is dropped then.
     utils::Result<Datagram, SystemError> receive();
 
-    /// The next report of the network, without waiting; nothing when there is none or no error queue.
+    /// The next report of the network on a datagram to the remote address, without waiting; nothing when
+    /// there is none or no error queue. Reports on datagrams to other addresses, which cannot be true, are
+    /// dropped.
     std::optional<NetworkError> take_network_error();
 
     /// This end. Nothing when the kernel did not tell. Before a socket that is not connected has sent

@@ -1,4 +1,4 @@
-#include "quarn_radius/dictionary/name_pattern.h"
+#include "quarn_radius/name_pattern.h"
 
 #include <gtest/gtest.h>
 
@@ -31,6 +31,21 @@ TEST(NamePattern, RefusesAnExpressionThatIsTooLong) {
     EXPECT_EQ(
         test::thrown_text<std::invalid_argument>([] { const NamePattern pattern(std::string(257, '(')); }),
         "invalid regular expression: more than 256 characters");
+}
+
+// Each of these would take gigabytes, or more time than anybody has.
+TEST(NamePattern, RefusesExpressionsThatCostTooMuch) {
+    const auto refusal = [](const std::string& expression) {
+        return test::thrown_text<std::invalid_argument>([&] { const NamePattern pattern(expression); });
+    };
+    EXPECT_EQ(refusal(R"((a*)*\1b)"),
+              R"(invalid regular expression /(a*)*\1b/: back-references are not supported)");
+    EXPECT_EQ(refusal("(((a{255}){255}){255}){9}"),
+              "invalid regular expression /(((a{255}){255}){255}){9}/: repeats more than 1024 times");
+    EXPECT_EQ(refusal("a{1,99999999999999999999}"),
+              "invalid regular expression /a{1,99999999999999999999}/: repeats more than 1024 times");
+    EXPECT_TRUE(NamePattern(R"(^\\1(a{2}){3,4}$)").matches(R"(\1aaaaaa)"));
+    EXPECT_TRUE(NamePattern("^a{255}$").matches(std::string(255, 'a')));
 }
 
 }  // namespace
