@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -37,18 +38,12 @@ class InputNetwork : public Network {
 
     TimePoint now() override { return now_; }
 
-    utils::Result<std::vector<net::Address>, net::ResolveError> resolve(std::string_view, std::uint16_t port,
-                                                                        const net::ResolveOptions&,
-                                                                        TimePoint) override {
-        const std::uint8_t count = input_.byte() % 4;
-        if (count == 3) {
-            return net::ResolveError{EAI_NONAME, 0};
+    std::vector<net::Resolved> resolve(std::span<const net::ResolveQuestion> questions, TimePoint) override {
+        std::vector<net::Resolved> answers;
+        for (const net::ResolveQuestion& question : questions) {
+            answers.push_back(addresses(question.port));
         }
-        std::vector<net::Address> addresses;
-        for (std::uint8_t i = 0; i <= count; ++i) {
-            addresses.push_back(net::Address::ipv4({192, 0, 2, i}, port));
-        }
-        return addresses;
+        return answers;
     }
 
     utils::Result<std::unique_ptr<PollableTransport>, net::OpenError> open(
@@ -61,16 +56,32 @@ class InputNetwork : public Network {
             std::make_unique<InputTransport>(*this, address, options.kind));
     }
 
-    void wait(std::span<PollableTransport* const> transports, TimePoint deadline) override {
+    std::vector<std::size_t> wait(std::span<PollableTransport* const> transports,
+                                  TimePoint deadline) override {
         require(!transports.empty(), "somebody is waited for");
         require(deadline < TimePoint::max(), "no wait is for ever");
         now_ = std::min(deadline, now_ + std::chrono::milliseconds(input_.byte()));
         if (input_.byte() % 4 == 0) {
             now_ = std::max(now_, deadline);
         }
+        std::vector<std::size_t> ready(transports.size());
+        std::iota(ready.begin(), ready.end(), std::size_t{0});
+        return ready;
     }
 
   private:
+    net::Resolved addresses(std::uint16_t port) {
+        const std::uint8_t count = input_.byte() % 4;
+        if (count == 3) {
+            return net::ResolveError{EAI_NONAME, 0};
+        }
+        std::vector<net::Address> found;
+        for (std::uint8_t i = 0; i <= count; ++i) {
+            found.push_back(net::Address::ipv4({192, 0, 2, i}, port));
+        }
+        return found;
+    }
+
     class InputTransport : public PollableTransport {
       public:
         InputTransport(InputNetwork& network, const net::Address& address, TransportKind kind)

@@ -35,6 +35,15 @@ std::optional<WireFault> fault_of_header(utils::byte_span datagram) {
     return std::nullopt;
 }
 
+utils::byte_span packet_in(utils::byte_span datagram) {
+    if (fault_of_header(datagram)) {
+        return datagram;
+    }
+    net::BufferView reader(datagram);
+    reader.read_u16();  // Code and Identifier
+    return datagram.first(reader.read_u16());
+}
+
 std::optional<WireAttribute> AttributeWalk::next() {
     if (fault_ || position_ >= packet_.size()) {
         return std::nullopt;

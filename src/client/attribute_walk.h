@@ -31,6 +31,9 @@ struct WireFault {
 /// section 3). Nothing when there is nothing wrong. Octets after the packet are not wrong.
 std::optional<WireFault> fault_of_header(utils::byte_span datagram);
 
+/// The datagram without the octets after its packet; the whole datagram when its header is at fault.
+utils::byte_span packet_in(utils::byte_span datagram);
+
 /// Goes over the attributes of a packet of exactly the size that its Length says.
 class AttributeWalk {
   public:

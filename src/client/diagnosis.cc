@@ -112,14 +112,31 @@ bool has_verdict(const Report* report, Verdict verdict) {
 
 /// Whether somebody who knows the secret answered, whatever the answer.
 bool is_authentic(const Report* report) {
-    return report != nullptr &&
-           (report->verdict == Verdict::Accepted || report->verdict == Verdict::Rejected ||
-            report->verdict == Verdict::Challenge || report->verdict == Verdict::UnexpectedCode ||
-            report->verdict == Verdict::MessageAuthenticatorMissing);
+    return report != nullptr && (is_trusted(report->verdict) || report->verdict == Verdict::UnexpectedCode ||
+                                 report->verdict == Verdict::MessageAuthenticatorMissing);
 }
 
-/// What the answers to the questions say, the likeliest cause first.
-std::vector<CauseId> causes_of(const Report& status, const Report* unsigned_request) {
+/// What silence on every question says.
+std::vector<CauseId> causes_of_silence(const Report& silent, bool was_asked_unsigned) {
+    if (silent.transport == TransportKind::Tcp && !silent.was_connected) {
+        return {CauseId::Filtered, CauseId::WrongPort};
+    }
+    if (silent.transport == TransportKind::Tcp) {
+        // A server closes the connections of clients that it does not know.
+        return {CauseId::WrongSecret, CauseId::RequestIgnored, CauseId::UnknownClient,
+                CauseId::NoStatusServer};
+    }
+    if (was_asked_unsigned) {
+        // A server that knows the client answers a request without signature, unless it requires one.
+        return {CauseId::UnknownClient, CauseId::Filtered, CauseId::WrongPort, CauseId::WrongSecret,
+                CauseId::NoStatusServer};
+    }
+    return {CauseId::UnknownClient, CauseId::WrongSecret, CauseId::Filtered, CauseId::WrongPort,
+            CauseId::NoStatusServer};
+}
+
+/// What the answers to the questions say, the likeliest cause first. `unsigned_request` may be null.
+std::vector<CauseId> causes_of(const Report& silent, const Report& status, const Report* unsigned_request) {
     for (const Report* const report : {&status, unsigned_request}) {
         if (has_verdict(report, Verdict::WrongSecret)) {
             return {CauseId::WrongSecret};
@@ -135,18 +152,58 @@ std::vector<CauseId> causes_of(const Report& status, const Report* unsigned_requ
         return {CauseId::TemporaryLoss};
     }
     if (is_authentic(&status)) {
-        return {CauseId::RequestIgnored, CauseId::TemporaryLoss};
+        const bool is_usual_port =
+            silent.address && silent.address->port() == default_port(EncodedRequest(silent.request).code());
+        return is_usual_port
+                   ? std::vector{CauseId::RequestIgnored, CauseId::TemporaryLoss}
+                   : std::vector{CauseId::RequestIgnored, CauseId::WrongPort, CauseId::TemporaryLoss};
     }
     if (!is_silent(&status) || !is_silent(unsigned_request)) {
         return {CauseId::RequestIgnored};
     }
-    if (unsigned_request != nullptr) {
-        // A server that knows the client answers a request without signature, unless it requires one.
-        return {CauseId::UnknownClient, CauseId::Filtered, CauseId::WrongPort, CauseId::WrongSecret,
-                CauseId::NoStatusServer};
+    return causes_of_silence(silent, unsigned_request != nullptr);
+}
+
+/// The questions about one silence.
+struct Questions {
+    std::vector<ProbeKind> kinds;
+    std::vector<EncodedRequest> requests;  // one a kind
+};
+
+Questions questions_about(const Report& silent, std::string_view secret,
+                          const std::shared_ptr<const radius::RadiusDictionary>& dictionary) {
+    const EncodedRequest request(silent.request);
+    const auto first = static_cast<std::uint8_t>((request.identifier() + 1) % 256);
+    const auto second = static_cast<std::uint8_t>((request.identifier() + 2) % 256);
+    Questions questions;
+    questions.kinds.push_back(ProbeKind::StatusServer);
+    questions.requests.push_back(status_server(first, secret, dictionary));
+    if (auto unsigned_request = without_message_authenticator(silent.request, second)) {
+        questions.kinds.push_back(ProbeKind::WithoutMessageAuthenticator);
+        questions.requests.push_back(*std::move(unsigned_request));
     }
-    return {CauseId::UnknownClient, CauseId::WrongSecret, CauseId::Filtered, CauseId::WrongPort,
-            CauseId::NoStatusServer};
+    return questions;
+}
+
+/// The way to the address that stayed silent.
+Route route_to(const Silence& silence) {
+    Route route = *silence.route;
+    if (silence.report->address) {
+        route.server.host = silence.report->address->host_text();
+        route.server.port = silence.report->address->port();
+    }
+    return route;
+}
+
+Diagnosis diagnosis_of(const Report& silent, std::vector<Probe> probes) {
+    Diagnosis diagnosis;
+    diagnosis.probes = std::move(probes);
+    const Report* const unsigned_request =
+        diagnosis.probes.size() > 1 ? &diagnosis.probes[1].report : nullptr;
+    for (const CauseId id : causes_of(silent, diagnosis.probes[0].report, unsigned_request)) {
+        diagnosis.causes.push_back({id, std::string(cause_rows[static_cast<std::size_t>(id)].text)});
+    }
+    return diagnosis;
 }
 
 }  // namespace
@@ -159,26 +216,21 @@ std::string_view probe_word(ProbeKind kind) {
     return probe_rows[static_cast<std::size_t>(kind)].word;
 }
 
-Diagnosis diagnose(const Report& silent, const Route& route, std::string_view secret,
-                   std::shared_ptr<const radius::RadiusDictionary> dictionary,
-                   const ConversationOptions& options, Network& network) {
+std::vector<Diagnosis> diagnose(std::span<const Silence> silences, std::string_view secret,
+                                std::shared_ptr<const radius::RadiusDictionary> dictionary,
+                                const ConversationOptions& options, Network& network) {
     if (!dictionary) {
         throw std::invalid_argument("diagnose: dictionary required");
     }
     Job job;
-    job.routes.push_back(route);
-    if (silent.address) {
-        job.routes[0].server.host = silent.address->host_text();
-        job.routes[0].server.port = silent.address->port();
-    }
-    const auto identifier =
-        static_cast<std::uint8_t>((EncodedRequest(silent.request).identifier() + 1) % 256);
-    std::vector<ProbeKind> kinds = {ProbeKind::StatusServer};
-    job.asks.push_back({.request = status_server(identifier, secret, dictionary)});
-    if (auto request = without_message_authenticator(silent.request,
-                                                     static_cast<std::uint8_t>((identifier + 1) % 256))) {
-        kinds.push_back(ProbeKind::WithoutMessageAuthenticator);
-        job.asks.push_back({.request = *std::move(request)});
+    std::vector<std::vector<ProbeKind>> kinds;
+    for (const Silence& silence : silences) {
+        Questions questions = questions_about(*silence.report, secret, dictionary);
+        for (EncodedRequest& request : questions.requests) {
+            job.asks.push_back({.request = std::move(request), .route = job.routes.size()});
+        }
+        kinds.push_back(std::move(questions.kinds));
+        job.routes.push_back(route_to(silence));
     }
     ConversationOptions once = options;
     once.tries = 1;
@@ -186,16 +238,17 @@ Diagnosis diagnose(const Report& silent, const Route& route, std::string_view se
     std::vector<Conversation> conversations =
         converse(std::move(job), secret, std::move(dictionary), once, network);
 
-    Diagnosis diagnosis;
-    for (std::size_t i = 0; i < conversations.size(); ++i) {
-        diagnosis.probes.push_back({kinds[i], std::move(conversations[i].last())});
+    std::vector<Diagnosis> diagnoses;
+    auto conversation = conversations.begin();
+    for (std::size_t i = 0; i < silences.size(); ++i) {
+        std::vector<Probe> probes;
+        for (const ProbeKind kind : kinds[i]) {
+            probes.push_back({kind, std::move(conversation->last())});
+            ++conversation;
+        }
+        diagnoses.push_back(diagnosis_of(*silences[i].report, std::move(probes)));
     }
-    const Report* const unsigned_request =
-        diagnosis.probes.size() > 1 ? &diagnosis.probes[1].report : nullptr;
-    for (const CauseId id : causes_of(diagnosis.probes[0].report, unsigned_request)) {
-        diagnosis.causes.push_back({id, std::string(cause_rows[static_cast<std::size_t>(id)].text)});
-    }
-    return diagnosis;
+    return diagnoses;
 }
 
 }  // namespace quarn::client

@@ -119,16 +119,6 @@ Findings look_through(utils::byte_span packet) {
     return found;
 }
 
-/// The datagram without what follows the packet in it.
-utils::byte_span without_trailing_octets(utils::byte_span datagram) {
-    if (fault_of_header(datagram)) {
-        return datagram;
-    }
-    net::BufferView reader(datagram);
-    reader.read_u16();  // Code and Identifier
-    return datagram.first(reader.read_u16());
-}
-
 bool is_access_reply(std::uint8_t code) {
     return code == radius::ACCESS_ACCEPT || code == radius::ACCESS_REJECT || code == radius::ACCESS_CHALLENGE;
 }
@@ -149,7 +139,7 @@ class ReplyJudge {
   public:
     ReplyJudge(utils::byte_span datagram, const EncodedRequest& request, std::string_view secret,
                const JudgementOptions& options)
-        : packet_(without_trailing_octets(datagram)),
+        : packet_(packet_in(datagram)),
           trailing_(datagram.size() - packet_.size()),
           request_(request),
           secret_(secret),
@@ -243,7 +233,10 @@ class ReplyJudge {
             result_.detail = "a reply with EAP-Message is never accepted without one (RFC 3579, section 3.1)";
             return Verdict::MessageAuthenticatorMissing;
         }
-        if (!is_access_reply(packet_[0])) {
+        const bool answers_access =
+            is_access_reply(packet_[0]) ||
+            (packet_[0] == protocol_error && request_.code() == radius::ACCESS_REQUEST);
+        if (!answers_access) {
             return std::nullopt;
         }
         switch (options_.require_message_authenticator) {

@@ -46,9 +46,9 @@ TimePoint SystemNetwork::now() {
     return std::chrono::steady_clock::now();
 }
 
-utils::Result<std::vector<net::Address>, net::ResolveError> SystemNetwork::resolve(
-    std::string_view host, std::uint16_t port, const net::ResolveOptions& options, TimePoint deadline) {
-    return net::resolve_within(host, port, options, deadline - now());
+std::vector<net::Resolved> SystemNetwork::resolve(std::span<const net::ResolveQuestion> questions,
+                                                  TimePoint deadline) {
+    return net::resolve_within(questions, deadline - now());
 }
 
 utils::Result<std::unique_ptr<PollableTransport>, net::OpenError> SystemNetwork::open(
@@ -67,7 +67,8 @@ utils::Result<std::unique_ptr<PollableTransport>, net::OpenError> SystemNetwork:
         TcpTransport::open(server, {.source = options.source, .interface = options.interface}));
 }
 
-void SystemNetwork::wait(std::span<PollableTransport* const> transports, TimePoint deadline) {
+std::vector<std::size_t> SystemNetwork::wait(std::span<PollableTransport* const> transports,
+                                             TimePoint deadline) {
     std::vector<pollfd> watched;
     watched.reserve(transports.size());
     for (const PollableTransport* const transport : transports) {
@@ -77,7 +78,15 @@ void SystemNetwork::wait(std::span<PollableTransport* const> transports, TimePoi
         deadline = std::min(deadline, interest.wake_up.value_or(deadline));
     }
     const timespec time = time_left(deadline);
-    ppoll(watched.data(), watched.size(), &time, nullptr);  // whoever waits looks at every transport
+    ppoll(watched.data(), watched.size(), &time, nullptr);
+    std::vector<std::size_t> ready;
+    for (std::size_t i = 0; i < watched.size(); ++i) {
+        if (watched[i].revents != 0 ||
+            transports[i]->interest().wake_up.value_or(TimePoint::max()) <= now()) {
+            ready.push_back(i);
+        }
+    }
+    return ready;
 }
 
 }  // namespace quarn::client

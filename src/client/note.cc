@@ -24,6 +24,7 @@ constexpr std::array rows = std::to_array<NoteRow>({
     {NoteId::SecondReply, "second-reply"},
     {NoteId::UnacceptablePacket, "unacceptable-packet"},
     {NoteId::AddressFailed, "address-failed"},
+    {NoteId::AddressesLeftOut, "addresses-left-out"},
     {NoteId::Reconnected, "reconnected"},
     {NoteId::TooManyRounds, "too-many-rounds"},
 });

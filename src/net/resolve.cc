@@ -19,8 +19,6 @@ namespace quarn::net {
 
 namespace {
 
-using Resolved = utils::Result<std::vector<Address>, ResolveError>;
-
 /// What a resolving thread and whoever waits for it share. The last of the two destroys it.
 struct Resolving {
     std::mutex mutex;
@@ -43,6 +41,26 @@ Resolved resolve_or_report(const std::string& host, std::uint16_t port, const Re
     } catch (const std::bad_alloc&) {
         return ResolveError{EAI_MEMORY, 0};
     }
+}
+
+/// The answer is there at once for a numeric address, and when no thread can be started.
+std::shared_ptr<Resolving> begin_resolving(const ResolveQuestion& question) {
+    auto resolving = std::make_shared<Resolving>();
+    if (const auto address = Address::parse(question.host, question.port)) {
+        resolving->result = numeric_address(*address, question.options);
+        return resolving;
+    }
+    try {
+        std::thread([resolving, question] {
+            Resolved result = resolve_or_report(question.host, question.port, question.options);
+            const std::lock_guard lock(resolving->mutex);
+            resolving->result = std::move(result);
+            resolving->done.notify_one();
+        }).detach();
+    } catch (const std::system_error& error) {
+        resolving->result = ResolveError{EAI_SYSTEM, error.code().value()};
+    }
+    return resolving;
 }
 
 }  // namespace
@@ -78,30 +96,26 @@ utils::Result<std::vector<Address>, ResolveError> resolve(std::string_view host,
     return addresses;
 }
 
-Resolved resolve_within(std::string_view host, std::uint16_t port, const ResolveOptions& options,
-                        std::chrono::nanoseconds time) {
-    if (const auto address = Address::parse(host, port)) {
-        return numeric_address(*address, options);
-    }
-    const auto resolving = std::make_shared<Resolving>();
-    try {
-        std::thread([resolving, name = std::string(host), port, options] {
-            Resolved result = resolve_or_report(name, port, options);
-            const std::lock_guard lock(resolving->mutex);
-            resolving->result = std::move(result);
-            resolving->done.notify_one();
-        }).detach();
-    } catch (const std::system_error& error) {
-        return ResolveError{EAI_SYSTEM, error.code().value()};
-    }
+std::vector<Resolved> resolve_within(std::span<const ResolveQuestion> questions,
+                                     std::chrono::nanoseconds time) {
     // Longer waits than this would overflow the clock.
     constexpr std::chrono::nanoseconds longest = std::chrono::hours(24 * 365);
-    std::unique_lock lock(resolving->mutex);
-    if (!resolving->done.wait_for(lock, std::clamp(time, std::chrono::nanoseconds::zero(), longest),
-                                  [&] { return resolving->result.has_value(); })) {
-        return ResolveError{EAI_AGAIN, ETIMEDOUT};
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::clamp(time, std::chrono::nanoseconds::zero(), longest);
+    std::vector<std::shared_ptr<Resolving>> begun;
+    begun.reserve(questions.size());
+    for (const ResolveQuestion& question : questions) {
+        begun.push_back(begin_resolving(question));
     }
-    return *std::move(resolving->result);
+    std::vector<Resolved> answers;
+    answers.reserve(questions.size());
+    for (const std::shared_ptr<Resolving>& resolving : begun) {
+        std::unique_lock lock(resolving->mutex);
+        const bool is_there =
+            resolving->done.wait_until(lock, deadline, [&] { return resolving->result.has_value(); });
+        answers.push_back(is_there ? *std::move(resolving->result) : ResolveError{EAI_AGAIN, ETIMEDOUT});
+    }
+    return answers;
 }
 
 }  // namespace quarn::net

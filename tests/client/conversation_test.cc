@@ -601,33 +601,83 @@ TEST(Converse, NeedsADictionaryAndRoutes) {
     EXPECT_EQ(run(network, {}).size(), 0U);
 }
 
-// Answering.
+// What others send.
 
-TEST(ChallengeAnswer, CarriesStateOnAndReplacesTheCredential) {
-    namespace radius = subscriber::radius;
-    radius::RadiusPacket packet = test::new_packet(test::shipped_dictionary(), 1);
-    packet.set_attribute("User-Name", "bob");
-    packet.set_attribute("CHAP-Password", "0x00112233445566778899aabbccddeeff00");
-    packet.set_attribute("State", "old");
-    packet.set_attribute("NAS-Port", 3);
-    radius::RadiusPacket challenge = test::new_packet(test::shipped_dictionary(), 11);
-    challenge.set_attribute("Reply-Message", "code?");
-    test::add_value(challenge, "State", {1, 2, 3});
-    challenge_answer(packet, challenge, "123456");
-    EXPECT_EQ(test::listing(packet), (Lines{"User-Name (1) 626f62", "NAS-Port (5) 00000003",
-                                            "State (24) 010203", "User-Password (2) 313233343536"}));
-    EXPECT_EQ(packet.identifier, 8);
-    EXPECT_NE(packet.authenticator, test::test_authenticator);
+TEST(Converse, GoesOnToTheNextAddressWhenForeignBytesAreAllThatCame) {
+    for (const bool wait : {false, true}) {
+        ScriptedNetwork network;
+        network.name("radius.example", {"192.0.2.1", "192.0.2.2"});
+        network.server("192.0.2.1:1812",
+                       [](const Arrived&) { return Events{test::packet_from(elsewhere, 1ms, {1})}; });
+        network.server("192.0.2.2:1812", [](const Arrived& arrived) {
+            return Events{packet_after(1ms, reply_to(arrived.bytes, {.code = 2}))};
+        });
+        const Report report = ask(network, "radius.example", {.wait_full_time = wait});
+        EXPECT_EQ(told(report).front(), "accepted from 192.0.2.2:1812 in 1 ms after 1");
+    }
 }
 
-TEST(ChallengeAnswer, LeavesStateOutWhenTheChallengeHasNone) {
-    namespace radius = subscriber::radius;
-    radius::RadiusPacket packet = test::new_packet(test::shipped_dictionary(), 1);
-    packet.identifier = 255;
-    packet.set_attribute("State", "old");
-    challenge_answer(packet, test::new_packet(test::shipped_dictionary(), 11), "");
-    EXPECT_EQ(test::listing(packet), (Lines{"User-Password (2) -"}));
-    EXPECT_EQ(packet.identifier, 0);
+TEST(Converse, PrefersNoAddressThatBroughtAForgery) {
+    ScriptedNetwork network;
+    network.name("radius.example", {"192.0.2.1", "192.0.2.2"});
+    std::vector<std::string> asked;
+    network.server("192.0.2.1:1812", [&asked](const Arrived&) {
+        asked.push_back("first");
+        return asked.size() == 1 ? Events{} : Events{packet_after(1ms, {1})};
+    });
+    network.server("192.0.2.2:1812", [&asked](const Arrived& arrived) {
+        asked.push_back("second");
+        return Events{packet_after(1ms, reply_to(arrived.bytes, {.code = 2, .secret = "forged"}))};
+    });
+    run(network, job_for("radius.example", {request(1, 7), request(1, 8)}), {.tries = 1});
+    EXPECT_EQ(asked, (std::vector<std::string>{"first", "second", "first"}));
+}
+
+TEST(Converse, TriesSixteenAddressesAtMost) {
+    ScriptedNetwork network;
+    std::vector<std::string> addresses;
+    for (int i = 1; i <= 200; ++i) {
+        addresses.push_back("192.0.2." + std::to_string(i));
+    }
+    network.name("radius.example", addresses);
+    const Report report = ask(network, "radius.example", {.tries = 1});
+    EXPECT_EQ(network.lines().size(), 16U);
+    EXPECT_TRUE(std::any_of(report.notes.begin(), report.notes.end(), [](const Note& note) {
+        return note == Note{NoteId::AddressesLeftOut,
+                            "The server's name has 184 more addresses than the 16 that are tried."};
+    }));
+}
+
+TEST(Converse, ResolvesEveryServerAtTheSameTime) {
+    ScriptedNetwork network;
+    network.resolving_takes = 2s;
+    Job job;
+    for (const char* const server : {"a.example", "b.example", "c.example"}) {
+        network.name(server, {"192.0.2.1"});
+        job.routes.push_back({.server = *parse_server(server)});
+        job.asks.push_back({.request = request(1, static_cast<std::uint8_t>(job.routes.size())),
+                            .route = job.routes.size() - 1});
+    }
+    network.server(address, [](const Arrived& arrived) {
+        return Events{packet_after(1ms, reply_to(arrived.bytes, {.code = 2}))};
+    });
+    for (const Conversation& conversation : run(network, std::move(job), {.parallel = 3})) {
+        EXPECT_EQ(conversation.last().verdict, Verdict::Accepted);
+    }
+    EXPECT_EQ(network.now().time_since_epoch(), 2s + 1ms);
+}
+
+TEST(Converse, WaitsForAConnectionFromTheSamePort) {
+    ScriptedNetwork network;
+    network.limit_transports(1, {net::OpenStep::Connect, EADDRNOTAVAIL});
+    network.server(address, [](const Arrived& arrived) {
+        return Events{packet_after(1ms, reply_to(arrived.bytes, {.code = 2}))};
+    });
+    for (const Conversation& conversation :
+         run(network, job_for("tcp://192.0.2.1", {request(1, 7), request(1, 8), request(1, 9)}),
+             {.parallel = 3})) {
+        EXPECT_EQ(conversation.last().verdict, Verdict::Accepted);
+    }
 }
 
 }  // namespace

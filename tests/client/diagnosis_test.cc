@@ -37,12 +37,24 @@ Bytes signed_request(std::uint8_t code = 1) {
     return test::datagram(code, "5012 00112233445566778899aabbccddeeff 0105626f62");
 }
 
-Diagnosis diagnosed(ScriptedNetwork& network, Bytes request = signed_request()) {
+Report silent_report(Bytes request) {
     Report silent;
     silent.request = std::move(request);
     silent.address = net::Address::ipv4({192, 0, 2, 1}, 1812);
-    return diagnose(silent, {.server = *parse_server("radius.example")}, secret, test::shipped_dictionary(),
-                    {}, network);
+    return silent;
+}
+
+Diagnosis diagnosed(ScriptedNetwork& network, const Report& silent,
+                    const std::string& server = "radius.example") {
+    const Route route{.server = *parse_server(server)};
+    const Silence silence{&silent, &route};
+    auto diagnoses = diagnose({&silence, 1}, secret, test::shipped_dictionary(), {}, network);
+    EXPECT_EQ(diagnoses.size(), 1U);
+    return std::move(diagnoses.front());
+}
+
+Diagnosis diagnosed(ScriptedNetwork& network, Bytes request = signed_request()) {
+    return diagnosed(network, silent_report(std::move(request)));
 }
 
 /// The questions with their answers, and then the causes.
@@ -131,6 +143,44 @@ TEST(Diagnose, FindsThatOnlyThisRequestIsIgnored) {
                      "temporary-loss"}));
 }
 
+TEST(Diagnose, SuspectsThePortWhenItIsNotTheUsualOne) {
+    ScriptedNetwork network;
+    network.server(address, server({.code = 2}, {.code = no_reply}));
+    EXPECT_EQ(told(diagnosed(network, signed_request(4))),
+              (Lines{"status-server: accepted", "request-ignored", "wrong-port", "temporary-loss"}));
+}
+
+TEST(Diagnose, SuspectsTheWayWhenNoConnectionIsMade) {
+    ScriptedNetwork network;
+    Report silent = silent_report(signed_request(4));
+    silent.transport = TransportKind::Tcp;
+    EXPECT_EQ(told(diagnosed(network, silent, "tcp://radius.example")),
+              (Lines{"status-server: no-answer", "filtered", "wrong-port"}));
+    silent.was_connected = true;
+    EXPECT_EQ(told(diagnosed(network, silent, "tcp://radius.example")),
+              (Lines{"status-server: no-answer", "wrong-secret", "request-ignored", "unknown-client",
+                     "no-status-server"}));
+}
+
+TEST(Diagnose, AsksAboutSeveralSilencesTogether) {
+    ScriptedNetwork network;
+    network.server(address, server({.code = 2}, {.code = no_reply}));
+    const Report first = silent_report(signed_request());
+    Report second = silent_report(signed_request(4));
+    second.address = net::Address::ipv4({192, 0, 2, 2}, 1813);
+    const Route route{.server = *parse_server("radius.example")};
+    const std::vector<Silence> silences = {{&first, &route}, {&second, &route}};
+    const auto diagnoses = diagnose(silences, secret, test::shipped_dictionary(), {}, network);
+    ASSERT_EQ(diagnoses.size(), 2U);
+    EXPECT_EQ(told(diagnoses[0]),
+              (Lines{"status-server: accepted", "without-message-authenticator: no-answer", "request-ignored",
+                     "temporary-loss"}));
+    EXPECT_EQ(told(diagnoses[1]), (Lines{"status-server: no-answer", "unknown-client", "wrong-secret",
+                                         "filtered", "wrong-port", "no-status-server"}));
+    EXPECT_EQ(network.now().time_since_epoch(), 3s);
+    EXPECT_TRUE(diagnose({}, secret, test::shipped_dictionary(), {}, network).empty());
+}
+
 TEST(Diagnose, FindsThatTheServerAnswersNow) {
     ScriptedNetwork network;
     network.server(address, server({.code = no_reply}, {.code = 2}));
@@ -159,9 +209,8 @@ TEST(Diagnose, FindsAFilter) {
 
 TEST(Diagnose, NeedsADictionary) {
     ScriptedNetwork network;
-    EXPECT_EQ(
-        test::thrown_text<std::invalid_argument>([&] { diagnose({}, {}, secret, nullptr, {}, network); }),
-        "diagnose: dictionary required");
+    EXPECT_EQ(test::thrown_text<std::invalid_argument>([&] { diagnose({}, secret, nullptr, {}, network); }),
+              "diagnose: dictionary required");
 }
 
 }  // namespace

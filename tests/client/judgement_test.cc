@@ -142,6 +142,17 @@ TEST(JudgeReply, TrustsNothingWithoutASecret) {
               (Lines{"not-authentic: the shared secret is empty: nothing can be verified"}));
 }
 
+TEST(JudgeReply, MayRequireAMessageAuthenticatorOfProtocolErrors) {
+    const JudgementOptions options{.require_message_authenticator = RequireMessageAuthenticator::Yes};
+    for (const auto& [request, verdict] :
+         {std::pair<std::uint8_t, const char*>(1, "message-authenticator-missing"), {4, "rejected"}}) {
+        const Judgement judgement =
+            judged(test::reply_to(test::datagram(request, ""), {.code = 52, .message_authenticator = false}),
+                   request, options);
+        EXPECT_EQ(verdict_row(judgement.verdict).word, verdict) << int{request};
+    }
+}
+
 TEST(JudgeReply, MayRequireAMessageAuthenticator) {
     const auto word = [](std::uint8_t request, std::uint8_t reply, RequireMessageAuthenticator require) {
         const Judgement judgement = judged(reply_to(request, {.code = reply, .message_authenticator = false}),

@@ -355,17 +355,19 @@ TEST(TcpConversation, TakesTheReplyOutOfAThousandForgeries) {
 
 TEST(SystemNetwork, ReadsNumericAddressesAfterTheDeadline) {
     SystemNetwork network;
-    const auto addresses = network.resolve("127.0.0.1", 1812, {}, network.now() - 1s);
-    ASSERT_TRUE(addresses);
-    EXPECT_EQ(addresses->at(0).text(), "127.0.0.1:1812");
+    const net::ResolveQuestion question{"127.0.0.1", 1812};
+    const auto answers = network.resolve({&question, 1}, network.now() - 1s);
+    ASSERT_TRUE(answers.at(0));
+    EXPECT_EQ(answers[0]->at(0).text(), "127.0.0.1:1812");
 }
 
 TEST(SystemNetwork, GivesUpANameAtTheDeadline) {
     SystemNetwork network;
-    const auto addresses = network.resolve("localhost", 1812, {}, network.now() - 1s);
+    const net::ResolveQuestion question{"localhost", 1812};
+    const auto answers = network.resolve({&question, 1}, network.now() - 1s);
     // A resolver that is quick enough is no fault.
-    if (!addresses) {
-        EXPECT_EQ(addresses.error(), (net::ResolveError{EAI_AGAIN, ETIMEDOUT}));
+    if (!answers.at(0)) {
+        EXPECT_EQ(answers[0].error(), (net::ResolveError{EAI_AGAIN, ETIMEDOUT}));
     }
 }
 

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "quarn/client/challenge_answer.h"
 #include "quarn/client/conversation.h"
 #include "quarn/client/credentials.h"
 #include "quarn/client/diagnosis.h"
@@ -80,6 +81,14 @@ class RealServerConversation : public testing::Test {
         auto conversations =
             converse(std::move(job), with_secret, test::shipped_dictionary(), options, network, hooks);
         return std::move(conversations.at(0));
+    }
+
+    static Diagnosis diagnosis_of(const Report& silent, const Route& route, const char* with_secret,
+                                  const ConversationOptions& options) {
+        SystemNetwork network;
+        const Silence silence{&silent, &route};
+        return std::move(
+            diagnose({&silence, 1}, with_secret, test::shipped_dictionary(), options, network).front());
     }
 
     static Report ask(const std::string& address, const RadiusPacket& packet,
@@ -222,9 +231,8 @@ TEST_F(RealServerConversation, DiagnosesAWrongSecret) {
         converse_with(server().address(), {.request = encode_request(request, "another secret")},
                       "another secret", {}, options);
     ASSERT_EQ(conversation.last().verdict, Verdict::NoAnswer);
-    SystemNetwork network;
-    const Diagnosis diagnosis = diagnose(conversation.last(), {.server = *parse_server(server().address())},
-                                         "another secret", test::shipped_dictionary(), options, network);
+    const Diagnosis diagnosis = diagnosis_of(
+        conversation.last(), {.server = *parse_server(server().address())}, "another secret", options);
     ASSERT_EQ(diagnosis.probes.size(), 2U);
     EXPECT_EQ(diagnosis.probes[1].report.verdict, Verdict::WrongSecret);
     EXPECT_EQ(diagnosis.causes.at(0).id, CauseId::WrongSecret);
@@ -242,8 +250,7 @@ TEST_F(RealServerConversation, DiagnosesAnUnknownClient) {
     job.asks.push_back({.request = encode_request(request, secret)});
     const auto conversations = converse(std::move(job), secret, test::shipped_dictionary(), options, network);
     ASSERT_EQ(conversations[0].last().verdict, Verdict::NoAnswer);
-    const Diagnosis diagnosis =
-        diagnose(conversations[0].last(), route, secret, test::shipped_dictionary(), options, network);
+    const Diagnosis diagnosis = diagnosis_of(conversations[0].last(), route, secret, options);
     EXPECT_EQ(diagnosis.causes.at(0).id, CauseId::UnknownClient);
 }
 

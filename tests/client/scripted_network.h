@@ -1,9 +1,11 @@
 // A network on paper: servers that answer by a script, and a clock that goes on only while somebody waits.
 //
 //     ScriptedNetwork network;
-//     network.server("192.0.2.1:1812", [](byte_span request) { return Events{after(10ms, accept(request))};
-//     }); converse(job, secret, dictionary, options, network); EXPECT_EQ(network.lines(), (Lines{"0 ms:
-//     192.0.2.1:1812 udp 0107"}));
+//     network.server("192.0.2.1:1812", [](const Arrived& arrived) {
+//         return Events{packet_after(10ms, reply_to(arrived.bytes, {.code = 2}))};
+//     });
+//     converse(job, secret, dictionary, options, network);
+//     EXPECT_EQ(network.lines(), (Lines{"0 ms: 192.0.2.1:1812 udp 0107"}));
 #pragma once
 
 #include <netdb.h>
@@ -69,29 +71,71 @@ class ScriptedNetwork : public client::Network {
     /// Opening a transport to this address fails.
     void cannot_open(const std::string& address, net::OpenError error) { unopened_.emplace(address, error); }
 
-    /// No more transports than these are open at a time.
-    void limit_transports(int count) { transports_left_ = count; }
+    /// No more transports than these are open at a time; opening another one fails so.
+    void limit_transports(int count, net::OpenError error = {net::OpenStep::Socket, EMFILE}) {
+        transports_left_ = count;
+        shortage_ = error;
+    }
 
     client::Duration resolving_takes = {};
 
     client::TimePoint now() override { return now_; }
 
-    utils::Result<std::vector<net::Address>, net::ResolveError> resolve(std::string_view host,
-                                                                        std::uint16_t port,
-                                                                        const net::ResolveOptions& options,
-                                                                        client::TimePoint deadline) override {
-        if (now_ + resolving_takes > deadline) {
-            now_ = deadline;
-            return net::ResolveError{EAI_AGAIN, ETIMEDOUT};
+    std::vector<net::Resolved> resolve(std::span<const net::ResolveQuestion> questions,
+                                       client::TimePoint deadline) override {
+        const bool is_late = now_ + resolving_takes > deadline;
+        now_ = std::min(now_ + resolving_takes, deadline);
+        std::vector<net::Resolved> answers;
+        for (const net::ResolveQuestion& question : questions) {
+            answers.push_back(is_late ? net::ResolveError{EAI_AGAIN, ETIMEDOUT} : addresses_of(question));
         }
-        now_ += resolving_takes;
-        const auto named = names_.find(std::string(host));
+        return answers;
+    }
+
+    utils::Result<std::unique_ptr<client::PollableTransport>, net::OpenError> open(
+        const net::Address& address, const client::TransportOptions& options) override {
+        if (const auto error = unopened_.find(address.text()); error != unopened_.end()) {
+            return error->second;
+        }
+        if (transports_left_ == 0) {
+            return shortage_;
+        }
+        --transports_left_;
+        ++opened_;
+        return std::unique_ptr<client::PollableTransport>(
+            std::make_unique<ScriptedTransport>(*this, address, options.kind));
+    }
+
+    std::vector<std::size_t> wait(std::span<client::PollableTransport* const> transports,
+                                  client::TimePoint deadline) override {
+        client::TimePoint next = deadline;
+        for (const client::PollableTransport* const transport : transports) {
+            next = std::min(next, static_cast<const ScriptedTransport*>(transport)->next_event());
+        }
+        now_ = std::max(now_, next);
+        std::vector<std::size_t> ready;
+        for (std::size_t i = 0; i < transports.size(); ++i) {
+            if (static_cast<const ScriptedTransport*>(transports[i])->next_event() <= now_) {
+                ready.push_back(i);
+            }
+        }
+        return ready;
+    }
+
+    /// What was sent, such as "0 ms: 192.0.2.1:1812 udp 0107", the first two bytes of the request last.
+    const std::vector<std::string>& lines() const { return lines_; }
+
+    int opened() const { return opened_; }
+
+  private:
+    net::Resolved addresses_of(const net::ResolveQuestion& question) const {
+        const auto named = names_.find(question.host);
         const std::vector<std::string> hosts =
-            named == names_.end() ? std::vector{std::string(host)} : named->second;
+            named == names_.end() ? std::vector{question.host} : named->second;
         std::vector<net::Address> addresses;
         for (const std::string& text : hosts) {
-            const auto address = net::Address::parse(text, port);
-            if (address && options.family.value_or(address->family()) == address->family()) {
+            const auto address = net::Address::parse(text, question.port);
+            if (address && question.options.family.value_or(address->family()) == address->family()) {
                 addresses.push_back(*address);
             }
         }
@@ -101,34 +145,6 @@ class ScriptedNetwork : public client::Network {
         return addresses;
     }
 
-    utils::Result<std::unique_ptr<client::PollableTransport>, net::OpenError> open(
-        const net::Address& address, const client::TransportOptions& options) override {
-        if (const auto error = unopened_.find(address.text()); error != unopened_.end()) {
-            return error->second;
-        }
-        if (transports_left_ == 0) {
-            return net::OpenError{net::OpenStep::Socket, EMFILE};
-        }
-        --transports_left_;
-        ++opened_;
-        return std::unique_ptr<client::PollableTransport>(
-            std::make_unique<ScriptedTransport>(*this, address, options.kind));
-    }
-
-    void wait(std::span<client::PollableTransport* const> transports, client::TimePoint deadline) override {
-        client::TimePoint next = deadline;
-        for (const client::PollableTransport* const transport : transports) {
-            next = std::min(next, static_cast<const ScriptedTransport*>(transport)->next_event());
-        }
-        now_ = std::max(now_, next);
-    }
-
-    /// What was sent, such as "0 ms: 192.0.2.1:1812 udp 0107", the first two bytes of the request last.
-    const std::vector<std::string>& lines() const { return lines_; }
-
-    int opened() const { return opened_; }
-
-  private:
     class ScriptedTransport : public client::PollableTransport {
       public:
         ScriptedTransport(ScriptedNetwork& network, net::Address address, client::TransportKind kind)
@@ -185,6 +201,7 @@ class ScriptedNetwork : public client::Network {
     std::map<std::string, std::vector<std::string>> names_;
     std::map<std::string, net::OpenError> unopened_;
     int transports_left_ = 1000000;
+    net::OpenError shortage_{net::OpenStep::Socket, EMFILE};
     int opened_ = 0;
     std::vector<std::string> lines_;
 };

@@ -65,16 +65,36 @@ TEST(Resolve, TellsWhyThereIsNoAddress) {
     }
 }
 
+Resolved resolved_within(const ResolveQuestion& question, std::chrono::nanoseconds time) {
+    return resolve_within({&question, 1}, time).front();
+}
+
+TEST(ResolveWithin, AnswersInTheOrderOfTheQuestions) {
+    const std::vector<ResolveQuestion> questions = {{"localhost", 1, {.family = Family::IPv4}},
+                                                    {"a b", 2},
+                                                    {"192.0.2.1", 3},
+                                                    {"localhost", 4, {.family = Family::IPv4}}};
+    const std::vector<Resolved> answers = resolve_within(questions, std::chrono::seconds(30));
+    ASSERT_EQ(answers.size(), 4U);
+    ASSERT_TRUE(answers[0] && answers[2] && answers[3]);
+    EXPECT_EQ(answers[0]->front(), *Address::parse("127.0.0.1", 1));
+    EXPECT_FALSE(answers[1]);
+    EXPECT_EQ(*answers[2], std::vector{*Address::parse("192.0.2.1", 3)});
+    EXPECT_EQ(answers[3]->front(), *Address::parse("127.0.0.1", 4));
+    EXPECT_TRUE(resolve_within({}, std::chrono::seconds(30)).empty());
+}
+
 TEST(ResolveWithin, ReadsANumericAddressInNoTime) {
     for (const char* const host : {"127.0.0.1", "::1"}) {
-        const auto addresses = resolve_within(host, 1812, {}, std::chrono::nanoseconds(-1));
+        const auto addresses = resolved_within({.host = host, .port = 1812}, std::chrono::nanoseconds(-1));
         ASSERT_TRUE(addresses);
         EXPECT_EQ(*addresses, std::vector{*Address::parse(host, 1812)});
     }
 }
 
 TEST(ResolveWithin, HasNoAddressOfAnotherFamily) {
-    const auto addresses = resolve_within("127.0.0.1", 1812, {.family = Family::IPv6}, std::chrono::hours(1));
+    const auto addresses =
+        resolved_within({"127.0.0.1", 1812, {.family = Family::IPv6}}, std::chrono::hours(1));
     ASSERT_FALSE(addresses);
     EXPECT_EQ(addresses.error(), (ResolveError{EAI_ADDRFAMILY, 0}));
 }
@@ -82,13 +102,13 @@ TEST(ResolveWithin, HasNoAddressOfAnotherFamily) {
 TEST(ResolveWithin, ResolvesANameAsResolveDoes) {
     const auto expected = resolve("localhost", 1812, {.family = Family::IPv4});
     const auto addresses =
-        resolve_within("localhost", 1812, {.family = Family::IPv4}, std::chrono::nanoseconds::max());
+        resolved_within({"localhost", 1812, {.family = Family::IPv4}}, std::chrono::nanoseconds::max());
     ASSERT_TRUE(expected && addresses);
     EXPECT_EQ(*addresses, *expected);
 }
 
 TEST(ResolveWithin, TellsWhyANameHasNoAddress) {
-    const auto addresses = resolve_within(std::string_view("a\0b", 3), 1812, {}, std::chrono::seconds(30));
+    const auto addresses = resolved_within({std::string("a\0b", 3), 1812}, std::chrono::seconds(30));
     ASSERT_FALSE(addresses);
     EXPECT_EQ(addresses.error(), (ResolveError{EAI_NONAME, 0}));
 }
@@ -97,7 +117,7 @@ TEST(ResolveWithinDeathTest, LeavesAProcessThatEndsInPeace) {
     // The name is given up at once, and the process ends while it is being resolved.
     EXPECT_EXIT(
         {
-            static_cast<void>(resolve_within("no-such-name.invalid", 1812, {}, std::chrono::nanoseconds(0)));
+            static_cast<void>(resolved_within({"no-such-name.invalid", 1812}, std::chrono::nanoseconds(0)));
             std::exit(0);
         },
         testing::ExitedWithCode(0), "");

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "common/terminal_text.h"
+#include "quarn/client/challenge_answer.h"
 #include "quarn/client/conversation.h"
 #include "quarn/client/diagnosis.h"
 #include "quarn/client/server.h"
@@ -426,8 +427,10 @@ class SendRun {
             if (is_last) {
                 check_expectations(outcome);
                 if (options_.diagnose && report.verdict == Verdict::NoAnswer) {
-                    diagnosis = client::diagnose(report, routes_[exchange.route], secret_, dictionary_,
-                                                 conversation_options_, network_);
+                    const client::Silence silence{&report, &routes_[exchange.route]};
+                    diagnosis = std::move(
+                        client::diagnose({&silence, 1}, secret_, dictionary_, conversation_options_, network_)
+                            .front());
                     outcome.diagnosis = &*diagnosis;
                 }
                 largest_status_ = std::max(largest_status_, outcome.exit_status);

@@ -80,6 +80,7 @@ struct Report {
     std::optional<utils::Bytes> reply = {};          ///< the packet that the verdict is about
     std::optional<net::Address> reply_source = {};   ///< and where it came from
     std::optional<DecodedReply> decoded = {};        ///< the same, decoded; there when `reply` is
+    bool was_connected = false;                      ///< of a silent server: whether a connection was made
     int tries = 0;                                   ///< how often the request was sent to `address`
     std::optional<Duration> round_trip = {};         ///< since it was last sent; there when `reply` is
     Verdict verdict = Verdict::NoAnswer;
@@ -100,7 +101,8 @@ struct Conversation {
 };
 
 /// Answers a challenge: the next request, or nothing to end with `Verdict::Challenge`. Called with the number
-/// of the ask and the rounds so far, the challenge last. `challenge_answer` makes the packet to be encoded.
+/// of the ask and the rounds so far, the challenge last. `challenge_answer` (challenge_answer.h) makes the
+/// packet to be encoded.
 using ChallengeHandler = std::function<std::optional<Ask>(std::size_t ask, const Conversation& so_far)>;
 
 /// Called once for each ask, in their order, as soon as the verdicts of this ask and of all before it are
@@ -121,12 +123,5 @@ std::vector<Conversation> converse(Job job, std::string_view secret,
                                    std::shared_ptr<const subscriber::radius::RadiusDictionary> dictionary,
                                    const ConversationOptions& options, Network& network,
                                    const ConversationHooks& hooks = {});
-
-/// Prepares the packet that answers a challenge: State is carried on as received, or removed when the
-/// challenge has none (RFC 2865, section 5.24); the answer becomes the User-Password; CHAP and MS-CHAP
-/// attributes and EAP-Message are removed. The packet is the last request's, to be changed in place; its
-/// Identifier becomes the next one and its Authenticator a new random one.
-void challenge_answer(subscriber::radius::RadiusPacket& packet,
-                      const subscriber::radius::RadiusPacket& challenge, std::string_view answer);
 
 }  // namespace quarn::client

@@ -1,8 +1,10 @@
 // After silence: further questions to the server, and the likely causes in order.
 //
 //     if (report.verdict == Verdict::NoAnswer) {
-//         const Diagnosis diagnosis = diagnose(report, route, secret, dictionary, options, network);
-//         for (const Cause& cause : diagnosis.causes) { print(cause.text); }
+//         const std::vector<Silence> silences = {{&report, &route}};
+//         for (const Diagnosis& diagnosis : diagnose(silences, secret, dictionary, options, network)) {
+//             for (const Cause& cause : diagnosis.causes) { print(cause.text); }
+//         }
 //     }
 #pragma once
 
@@ -58,17 +60,24 @@ struct Probe {
     Report report;
 };
 
+/// A request without an answer.
+struct Silence {
+    const Report* report = nullptr;  ///< never null; its request and address are asked about
+    const Route* route = nullptr;    ///< never null
+};
+
 /// What was found out.
 struct Diagnosis {
     std::vector<Probe> probes;  ///< in the order in which they were made
     std::vector<Cause> causes;  ///< the likeliest first; at least one
 };
 
-/// Looks for the causes of a silence. Asks the address that stayed silent: one try of each question, all at
-/// once, so that it takes one time-out at most. A request is asked again without its Message-Authenticator
-/// only when it is an Access-Request without an EAP-Message. Throws as `converse` does.
-Diagnosis diagnose(const Report& silent, const Route& route, std::string_view secret,
-                   std::shared_ptr<const subscriber::radius::RadiusDictionary> dictionary,
-                   const ConversationOptions& options, Network& network);
+/// Looks for the causes of silences: a diagnosis each, in order. Asks the addresses that stayed silent: one
+/// try of each question, all at once, so that all together take one time-out at most. A request is asked
+/// again without its Message-Authenticator only when it is an Access-Request without an EAP-Message. Throws
+/// as `converse` does.
+std::vector<Diagnosis> diagnose(std::span<const Silence> silences, std::string_view secret,
+                                std::shared_ptr<const subscriber::radius::RadiusDictionary> dictionary,
+                                const ConversationOptions& options, Network& network);
 
 }  // namespace quarn::client

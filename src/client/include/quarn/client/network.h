@@ -6,12 +6,11 @@
 // A test hands in a network of its own, with a clock that stands still and transports that follow a script.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "quarn/client/server.h"
@@ -40,18 +39,19 @@ class Network {
 
     virtual TimePoint now() = 0;  ///< the time; never goes back
 
-    /// The addresses of a host in the resolver's order, at least one. Gives up at the deadline with the code
+    /// Resolves all hosts at the same time: an answer each, in order. Gives up at the deadline with the code
     /// `EAI_AGAIN` and the system error `ETIMEDOUT`.
-    virtual utils::Result<std::vector<net::Address>, net::ResolveError> resolve(
-        std::string_view host, std::uint16_t port, const net::ResolveOptions& options,
-        TimePoint deadline) = 0;
+    virtual std::vector<net::Resolved> resolve(std::span<const net::ResolveQuestion> questions,
+                                               TimePoint deadline) = 0;
 
     /// Opens a transport to an address. A connection need not be there yet: `receive` tells of its failure.
     virtual utils::Result<std::unique_ptr<PollableTransport>, net::OpenError> open(
         const net::Address& server, const TransportOptions& options) = 0;
 
-    /// Waits until one of the transports may have something to do, or the time has come. May return early.
-    virtual void wait(std::span<PollableTransport* const> transports, TimePoint deadline) = 0;
+    /// Waits until one of the transports may have something to do, or the time has come. Returns the places
+    /// of those transports in the list. May return early.
+    virtual std::vector<std::size_t> wait(std::span<PollableTransport* const> transports,
+                                          TimePoint deadline) = 0;
 };
 
 /// This machine's network: UDP sockets that are not connected and read their error queue, TCP connections
@@ -60,13 +60,12 @@ class Network {
 class SystemNetwork : public Network {
   public:
     TimePoint now() override;
-    utils::Result<std::vector<net::Address>, net::ResolveError> resolve(std::string_view host,
-                                                                        std::uint16_t port,
-                                                                        const net::ResolveOptions& options,
-                                                                        TimePoint deadline) override;
+    std::vector<net::Resolved> resolve(std::span<const net::ResolveQuestion> questions,
+                                       TimePoint deadline) override;
     utils::Result<std::unique_ptr<PollableTransport>, net::OpenError> open(
         const net::Address& server, const TransportOptions& options) override;
-    void wait(std::span<PollableTransport* const> transports, TimePoint deadline) override;
+    std::vector<std::size_t> wait(std::span<PollableTransport* const> transports,
+                                  TimePoint deadline) override;
 };
 
 }  // namespace quarn::client

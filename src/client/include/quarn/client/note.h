@@ -31,6 +31,7 @@ enum class NoteId : std::uint8_t {
     SecondReply,                    ///< another reply to a request that was already answered arrived
     UnacceptablePacket,             ///< a packet that was not accepted came before the reply
     AddressFailed,                  ///< an earlier address of the server's name did not answer
+    AddressesLeftOut,               ///< the server's name has more addresses than are tried
     Reconnected,                    ///< the connection had been closed, and was opened anew
     TooManyRounds,                  ///< the limit of challenge rounds was reached
 };

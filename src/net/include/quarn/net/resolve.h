@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,11 +44,21 @@ struct ResolveError {
 utils::Result<std::vector<Address>, ResolveError> resolve(std::string_view host, std::uint16_t port,
                                                           const ResolveOptions& options);
 
-/// The same, but gives up when the time is over, with the code EAI_AGAIN and the system error ETIMEDOUT. A
-/// numeric address is read at once. A name is resolved by a thread of its own, which goes on in the
+/// A host whose addresses are wanted.
+struct ResolveQuestion {
+    std::string host;  ///< a name or a numeric address without brackets
+    std::uint16_t port = 0;
+    ResolveOptions options = {};
+};
+
+/// The addresses of hosts, or why one has none.
+using Resolved = utils::Result<std::vector<Address>, ResolveError>;
+
+/// Resolves all hosts at the same time. Returns an answer each, in order. Gives up when the time is over,
+/// with the code EAI_AGAIN and the system error ETIMEDOUT for each host that is still without an answer.
+/// Numeric addresses are read at once. A name is resolved by a thread of its own, which goes on in the
 /// background when it is given up, and holds nothing but memory of its own.
-utils::Result<std::vector<Address>, ResolveError> resolve_within(std::string_view host, std::uint16_t port,
-                                                                 const ResolveOptions& options,
-                                                                 std::chrono::nanoseconds time);
+std::vector<Resolved> resolve_within(std::span<const ResolveQuestion> questions,
+                                     std::chrono::nanoseconds time);
 
 }  // namespace quarn::net
