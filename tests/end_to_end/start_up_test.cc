@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <netdb.h>
 #include <openssl/crypto.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <vector>
@@ -232,6 +233,18 @@ TEST(StartUp, NamesTheIncludedDictionaryFileAtFault) {
     expect_failure({"-d", root, "127.0.0.1", "secret"}, "authprobe: failed to load dictionary \"" + root +
                                                             "\": " + included +
                                                             ": 'attributes' must be a map\n");
+}
+
+TEST(StartUp, ReadsNoIncludedFileThatNeverEnds) {
+    const ScratchFolder folder;
+    const std::string pipe = folder.path() / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& included : {pipe, std::string("/dev/zero")}) {
+        const std::string path = folder.write("dictionary.yaml", "includes: [" + included + "]\n");
+        expect_failure({"-d", path, "127.0.0.1", "secret"}, "authprobe: failed to load dictionary \"" + path +
+                                                                "\": " + included +
+                                                                ": cannot load: is not a regular file\n");
+    }
 }
 
 TEST(StartUp, NamesTheDictionaryAsItWasGiven) {

@@ -121,6 +121,9 @@ std::vector<RadiusDictionary::VendorSource> RadiusDictionary::vendors() const {
 }
 
 void RadiusDictionary::_validate_nesting() const {
+    if (!App::is_heard()) {
+        return;
+    }
     const DictionaryTables& tables = DictionaryTables::of(*this);
     for (std::size_t i = 0; i < tables.definitions.size(); ++i) {
         const Definition& definition = tables.definitions[i];

@@ -1,10 +1,10 @@
 #include "quarn/radius/dictionary_files.h"
 
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <system_error>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -41,7 +41,7 @@ class CanonicalPaths {
         return std::filesystem::weakly_canonical(std::filesystem::absolute(path)).string();
     }
 
-    std::unordered_map<std::string, std::string> folders_;
+    std::map<std::string, std::string> folders_;
 };
 
 /// A file, and how far its includes were read.
@@ -160,7 +160,7 @@ class DictionaryFiles::Walk {
             return false;
         }
         try {
-            make_document(parsed, source.document);
+            make_document(parsed, repeatable_, source.document);
         } catch (const TooMuchRepeated& repeated) {
             const std::string problem = "aliases repeat more than 16 times the file's size";
             report(FileFault::Kind::Expanding, file, repeated.line, problem,
@@ -210,9 +210,10 @@ class DictionaryFiles::Walk {
     LaterDocuments later_;
     bool is_started_ = false;
     CanonicalPaths canonical_;
-    std::unordered_map<std::string, bool> is_waiting_;  // the files read so far, by canonical path
-    std::vector<std::unique_ptr<Source>> waiting_;      // for their includes, the includer in front
-    std::unique_ptr<Source> current_;                   // handed out last; its memory serves for the next
+    std::map<std::string, bool> is_waiting_;        // the files read so far, by canonical path
+    std::vector<std::unique_ptr<Source>> waiting_;  // for their includes, the includer in front
+    std::unique_ptr<Source> current_;               // handed out last; its memory serves for the next
+    Repeatable repeatable_;
 };
 
 DictionaryFiles::DictionaryFiles(const std::string& root, FaultHandler on_fault, LaterDocuments later)

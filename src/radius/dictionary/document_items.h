@@ -63,7 +63,16 @@ struct TooMuchRepeated {
     std::uint32_t line = 0;  ///< of the alias
 };
 
-/// Sorts the items into a document, all but its `file`. Throws `TooMuchRepeated`.
-void make_document(const ParsedFile& file, DictionaryDocument& document);
+/// What the aliases of all files of a dictionary may repeat together, beyond 16 times the size of each: in
+/// bytes of text, of which each item counts for 16 more. Of enumerated values it is more: the loader has a
+/// limit of its own for them.
+struct Repeatable {
+    std::size_t values = std::size_t{8} << 20;   ///< bytes of enumerated values
+    std::size_t others = std::size_t{64} << 10;  ///< bytes of anything else
+};
+
+/// Sorts the items into a document, all but its `file`. What aliases repeat in it is taken off `repeatable`.
+/// Throws `TooMuchRepeated`.
+void make_document(const ParsedFile& file, Repeatable& repeatable, DictionaryDocument& document);
 
 }  // namespace quarn::subscriber::radius

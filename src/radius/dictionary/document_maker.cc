@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -7,12 +8,8 @@ namespace quarn::subscriber::radius {
 
 namespace {
 
-/// What aliases may repeat in a file, in bytes of text and some more for each item: so many times the file's
-/// size, and as much for any file. Of enumerated values it is more: the loader has a limit of its own for
-/// them.
+/// How many times its own size the aliases of a file may repeat, and what an item counts for beside its text.
 constexpr std::size_t repeatable_times = 16;
-constexpr std::size_t repeatable_in_any_file = std::size_t{64} << 10;
-constexpr std::size_t repeatable_values_in_any_file = std::size_t{8} << 20;
 constexpr std::size_t repeated_item_size = 16;
 
 WrittenKind written_kind(Item::Kind kind) {
@@ -23,11 +20,11 @@ WrittenKind written_kind(Item::Kind kind) {
 
 class DocumentMaker {
   public:
-    DocumentMaker(const ParsedFile& file, DictionaryDocument& document)
+    DocumentMaker(const ParsedFile& file, const Repeatable& repeatable, DictionaryDocument& document)
         : items_(file.items),
           document_(document),
-          may_repeat_(repeatable_in_any_file + repeatable_times * file.size),
-          may_repeat_values_(repeatable_values_in_any_file + repeatable_times * file.size) {}
+          may_repeat_(repeatable.others + repeatable_times * file.size),
+          may_repeat_values_(repeatable.values + repeatable_times * file.size) {}
 
     void make() {
         document_.included.clear();
@@ -45,6 +42,11 @@ class DocumentMaker {
         if (document_.root.kind == WrittenKind::Map) {
             make_file(root);
         }
+    }
+
+    /// What the files that follow may repeat beyond their sizes.
+    Repeatable left_of(const Repeatable& before) const {
+        return {std::min(before.values, may_repeat_values_), std::min(before.others, may_repeat_)};
     }
 
   private:
@@ -224,8 +226,10 @@ class DocumentMaker {
 
 }  // namespace
 
-void make_document(const ParsedFile& file, DictionaryDocument& document) {
-    DocumentMaker(file, document).make();
+void make_document(const ParsedFile& file, Repeatable& repeatable, DictionaryDocument& document) {
+    DocumentMaker maker(file, repeatable, document);
+    maker.make();
+    repeatable = maker.left_of(repeatable);
 }
 
 }  // namespace quarn::subscriber::radius

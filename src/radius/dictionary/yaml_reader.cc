@@ -70,6 +70,42 @@ class ItemBuilder : public YAML::EventHandler {
     std::vector<std::uint32_t> anchors_;
 };
 
+/// Finds the line of a document's root, and keeps nothing else of it.
+class RootFinder : public YAML::EventHandler {
+  public:
+    /// Whether there is a root other than null.
+    bool is_there() const { return line_ != 0; }
+    std::uint32_t line() const { return line_; }
+
+    void OnNull(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
+    void OnAlias(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
+    void OnScalar(const YAML::Mark& mark, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
+                  const std::string& /*value*/) override {
+        meet(mark);
+    }
+    void OnSequenceStart(const YAML::Mark& mark, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
+                         YAML::EmitterStyle::value /*style*/) override {
+        meet(mark);
+    }
+    void OnSequenceEnd() override {}
+    void OnMapStart(const YAML::Mark& mark, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
+                    YAML::EmitterStyle::value /*style*/) override {
+        meet(mark);
+    }
+    void OnMapEnd() override {}
+    void OnDocumentStart(const YAML::Mark& /*mark*/) override {}
+    void OnDocumentEnd() override {}
+
+  private:
+    void meet(const YAML::Mark& mark) {
+        if (line_ == 0) {
+            line_ = from_one(mark.line);
+        }
+    }
+
+    std::uint32_t line_ = 0;
+};
+
 }  // namespace
 
 std::optional<YamlFault> read_yaml(ParsedFile& file) {
@@ -87,15 +123,24 @@ std::optional<YamlFault> read_yaml(ParsedFile& file) {
 }
 
 LaterDocument find_later_document(const std::string& text) {
+    LaterDocument later;
     if (text.find("---") == text.npos && text.find("...") == text.npos) {
-        return {};  // nothing else begins a document or ends one
+        return later;  // nothing else begins a document or ends one
     }
+    std::istringstream stream(text);
     try {
-        const std::vector<YAML::Node> documents = YAML::LoadAll(text);
-        return {documents.size() > 1 ? from_one(documents[1].Mark().line) : 0, std::nullopt};
+        YAML::Parser parser(stream);
+        RootFinder root;
+        for (bool is_first = true; parser.HandleNextDocument(root) && root.is_there(); is_first = false) {
+            if (!is_first && later.line == 0) {
+                later.line = root.line();
+            }
+            root = RootFinder();
+        }
     } catch (const YAML::Exception& error) {
-        return {0, fault_of(error)};
+        later.fault = fault_of(error);
     }
+    return later;
 }
 
 }  // namespace quarn::subscriber::radius

@@ -122,6 +122,34 @@ TEST_F(DictionaryFilesTest, ARootThatIsNotThereIsToldWithoutAnIncluder) {
     EXPECT_EQ(reason(), "cannot load: bad file: " + nowhere);
 }
 
+TEST_F(DictionaryFilesTest, TheFirstOfTheLaterDocumentsIsToldByTheLineOfItsContent) {
+    struct Row {
+        std::string yaml;
+        int line;  ///< 0 if there is no other document
+    };
+    const Row rows[] = {
+        {"a: 1\n---\n\nb: 1\n", 4},
+        {"a: 1\n---\n- b\n", 3},
+        {"a: 1\n--- b\n", 2},
+        {"a: 1\n...\nb: 1\n", 3},
+        {"a: 1\n---\nb\n---\n---\nc\n", 3},
+        {"---\na: 1\n---\nb: 1\n", 4},
+        {"--- {a: 1}\n", 0},
+        {"a: '---'\n", 0},
+        {"a: 1\n---\n", 0},
+        {"a: 1\n...\n", 0},
+        {"a: 1\n---\n~\n---\nb: 1\n", 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.yaml);
+        EXPECT_EQ(read(folder_.write("root.yaml", row.yaml)), Lines{"root.yaml"});
+        EXPECT_EQ(reported(), row.line == 0 ? Lines{}
+                                            : Lines{"root.yaml:" + std::to_string(row.line) +
+                                                    ": passed over: only the first document of a file is "
+                                                    "read; this is another"});
+    }
+}
+
 TEST_F(DictionaryFilesTest, LaterDocumentsAreLookedAtOnRequestOnly) {
     const std::string root = folder_.write("root.yaml", "attributes: {}\n---\n]\n");
     EXPECT_EQ(read(root), Lines{});
@@ -199,6 +227,53 @@ TEST_F(DictionaryFilesTest, AliasesThatRepeatMoreAreToldWithTheirLine) {
     EXPECT_EQ(reported(),
               Lines{"root.yaml:" + line + ": fatal: aliases repeat more than 16 times the file's size"});
     EXPECT_EQ(reason(), "cannot load: line " + line + ": aliases repeat more than 16 times the file's size");
+}
+
+TEST_F(DictionaryFilesTest, WhatAliasesRepeatBeyondTheirFilesIsCountedForAllFilesTogether) {
+    // Each of the files is far smaller than what it repeats: 17 times its size and 400 bytes.
+    std::string includes = "includes:\n";
+    std::size_t within = 0;
+    for (std::size_t beyond = 0; within < 1000; ++within) {
+        const std::string yaml = repeated_code(984, 30);  // counted as 1,000 bytes each time
+        ASSERT_GT(30'000U, 16 * yaml.size());
+        beyond += 30'000 - 16 * yaml.size();
+        if (beyond > std::size_t{64} << 10) {
+            break;
+        }
+    }
+    for (std::size_t i = 0; i < within + 1; ++i) {
+        includes += "  - " + std::to_string(i) + ".yaml\n";
+        folder_.write(std::to_string(i) + ".yaml", repeated_code(984, 30));
+    }
+    ASSERT_GT(within, 2U);
+    EXPECT_EQ(read(folder_.write("root.yaml", includes)).size(),
+              within + 1);  // the root and all but the last
+    ASSERT_EQ(faults_.size(), 1U);
+    EXPECT_EQ(relative(faults_[0].file), std::to_string(within) + ".yaml");
+    EXPECT_EQ(faults_[0].problem, "aliases repeat more than 16 times the file's size");
+}
+
+/// A file in which a value is repeated so many times by aliases of a list of values.
+std::string repeated_values(std::size_t lists) {
+    std::string yaml = "attributes:\n  A:\n    values: &all\n";
+    for (int i = 0; i < 100; ++i) {
+        yaml += "      V" + std::to_string(i) + ": 1\n";
+    }
+    for (std::size_t i = 0; i < lists; ++i) {
+        yaml += "  A" + std::to_string(i) + ": {values: *all}\n";
+    }
+    return yaml;
+}
+
+TEST_F(DictionaryFilesTest, ValuesThatAliasesRepeatAreCountedApartAndForAllFilesTogether) {
+    folder_.write("values.yaml", repeated_values(1000));  // 3.5 MB of 56 KB
+    folder_.write("more.yaml", repeated_values(1000));
+    folder_.write("most.yaml", repeated_values(1000));
+    folder_.write("codes.yaml", repeated_code(1008, 100));
+    EXPECT_EQ(read(folder_.write("root.yaml", "includes: [values.yaml, more.yaml, codes.yaml, most.yaml]\n")),
+              (Lines{"values.yaml", "more.yaml", "codes.yaml", "root.yaml"}));
+    ASSERT_EQ(faults_.size(), 1U);
+    EXPECT_EQ(relative(faults_[0].file), "most.yaml");
 }
 
 TEST_F(DictionaryFilesTest, AnAliasOfAMapAroundItIsFollowedAsFarAsADefinitionGoes) {

@@ -85,7 +85,10 @@ std::string record_text(const AttributeRecord& record) {
     return text;
 }
 
-/// Columns as wide as their widest entry, two spaces apart.
+/// Wider than all known names. A longer one would otherwise be paid for in every line.
+constexpr std::size_t widest_column = 100;
+
+/// Columns as wide as their widest entry, but no wider than `widest_column`, two spaces apart.
 std::string list_text(const std::vector<AttributeRecord>& records) {
     std::size_t code_width = 0;
     std::size_t name_width = 0;
@@ -96,9 +99,9 @@ std::string list_text(const std::vector<AttributeRecord>& records) {
         type_width = std::max(type_width, tools::terminal_text(record.metadata.type).size());
     }
     std::string text;
-    const auto column = [&text](std::string entry, std::size_t width) {
-        entry.resize(width + 2, ' ');
-        text += entry;
+    const auto column = [&text](const std::string& entry, std::size_t width) {
+        text.append(entry).append(std::max(std::min(width, widest_column), entry.size()) + 2 - entry.size(),
+                                  ' ');
     };
     for (const AttributeRecord& record : records) {
         column(radius::radius_code_path_to_string(record.metadata.code), code_width);

@@ -1,8 +1,6 @@
 #include "quarn_radius/dictionary/importer.h"
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <optional>
 #include <set>
@@ -20,6 +18,7 @@
 #include "quarn/utils/ascii.h"
 #include "quarn/utils/case_insensitive.h"
 #include "quarn/utils/text.h"
+#include "quarn/utils/whole_file.h"
 #include "quarn_radius/dictionary/code_path_limits.h"
 #include "quarn_radius/dictionary/file_set.h"
 
@@ -330,30 +329,30 @@ class Converter {
     }
 
     std::vector<DictionaryContent> group_by_vendor() {
-        std::map<std::string, DictionaryContent> by_vendor;
+        std::map<std::uint32_t, DictionaryContent> by_vendor;
         DictionaryContent plain;
         for (Converted& attribute : converted_) {
             if (!attribute.vendor) {
                 plain.attributes.push_back(std::move(attribute.entry));
                 continue;
             }
-            const radius::VendorInfo& vendor = vendors_.at(*attribute.vendor).info;
-            // The number keeps vendors apart that were given one name.
-            DictionaryContent& content =
-                by_vendor[utils::ascii_lower(vendor.name) + " " + std::to_string(vendor.id)];
-            content.vendor = vendor;
-            content.attributes.push_back(std::move(attribute.entry));
+            by_vendor[*attribute.vendor].attributes.push_back(std::move(attribute.entry));
+        }
+        // The number keeps vendors apart that were given one name.
+        std::map<std::string, DictionaryContent> by_name;
+        for (const auto& [id, vendor] : vendors_) {
+            const auto content = by_vendor.find(id);
+            if (content == by_vendor.end()) {
+                note(vendor.place, "vendor " + vendor.info.name + " is left out: it has no attributes");
+                continue;
+            }
+            content->second.vendor = vendor.info;
+            by_name.emplace(utils::ascii_lower(vendor.info.name) + " " + std::to_string(id),
+                            std::move(content->second));
         }
         std::vector<DictionaryContent> contents;
-        std::set<std::uint32_t> used;
-        for (auto& [name, content] : by_vendor) {
-            used.insert(content.vendor->id);
+        for (auto& [name, content] : by_name) {
             contents.push_back(std::move(content));
-        }
-        for (const auto& [id, vendor] : vendors_) {
-            if (!used.contains(id)) {
-                note(vendor.place, "vendor " + vendor.info.name + " is left out: it has no attributes");
-            }
         }
         if (!plain.attributes.empty()) {
             contents.push_back(std::move(plain));
@@ -382,11 +381,10 @@ void require_replaceable(const std::filesystem::path& file) {
     if (!std::filesystem::exists(status)) {
         return;
     }
-    bool is_own = false;
-    if (std::filesystem::is_regular_file(status)) {
-        std::ifstream stream(file, std::ios::binary);
-        is_own = is_generated_text(std::string{std::istreambuf_iterator<char>(stream), {}});
-    }
+    std::string text;
+    const bool is_own = std::filesystem::is_regular_file(status) &&
+                        !utils::read_whole_file(file.string(), utils::FileKind::Regular, text) &&
+                        is_generated_text(text);
     if (!is_own) {
         throw FileError(file.string() + ": no import wrote this; it is replaced with --force only");
     }

@@ -1,6 +1,7 @@
 #include "quarn_radius/dictionary/checker.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
@@ -399,6 +400,27 @@ TEST_F(DictionaryCheckTest, WhatStopsTheLoaderIsToldOnce) {
 
 TEST_F(DictionaryCheckTest, ThrowsForAFileThatIsNotThere) {
     EXPECT_THROW(check_dictionary(folder_.path() / "nowhere.yaml"), FileError);
+}
+
+// Files that cannot be read cost no finding about others.
+TEST_F(DictionaryCheckTest, IncludedFilesThatNeverEndAreErrorsAmongTheOthers) {
+    ASSERT_EQ(mkfifo((folder_.path() / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(check("includes:\n  - /proc/self/mem\n  - /dev/zero\n  - pipe\nattributes: {A: {code: x}}\n"),
+              (Lines{"root.yaml:2: error: cannot load /proc/self/mem: cannot be read: Input/output error",
+                     "root.yaml:3: error: cannot load /dev/zero: is not a regular file",
+                     "root.yaml:4: error: cannot load pipe: is not a regular file",
+                     "root.yaml:5: error: 'code' of A is no valid code path: \"x\""}));
+}
+
+TEST_F(DictionaryCheckTest, AliasesThatRepeatTooMuchAreAnErrorWithTheirLine) {
+    std::string yaml = "attributes:\n  A: {code: &code '" + std::string(10'000, '1') + "'}\n";
+    for (int i = 0; i < 100; ++i) {
+        yaml += "  A" + std::to_string(i) + ": {code: *code}\n";
+    }
+    // 16 times the 12 KB of the file and 64 KB are about 26 repeated texts.
+    const std::size_t most = (std::size_t{64} << 10) + 16 * yaml.size();
+    EXPECT_EQ(check(yaml), Lines{"root.yaml:" + std::to_string(most / 10'016 + 3) +
+                                 ": error: aliases repeat more than 16 times the file's size"});
 }
 
 }  // namespace

@@ -150,6 +150,18 @@ std::string colliding_names(std::size_t parts) {
     return text;
 }
 
+/// One long type name above many others.
+std::string children_of_a_long_type(std::size_t parts) {
+    return "attributes:\n  A: {code: 26.9.1.0, type: '" + std::string(400 * parts, 't') + "'}\n" +
+           joined(parts, [](std::size_t i) {
+               return "  A" + number(i) + ": {code: 26.9.1.0." + number(i) + ", type: text}\n";
+           });
+}
+
+std::string documents(std::size_t parts) {
+    return "{}\n" + joined(parts, [](std::size_t) { return "--- a\n"; });
+}
+
 std::string imported_values(std::size_t parts) {
     return "ATTRIBUTE Mode 1 integer\n" +
            joined(parts, [](std::size_t i) { return "VALUE Mode v" + number(i) + " " + number(i) + "\n"; });
@@ -158,6 +170,14 @@ std::string imported_values(std::size_t parts) {
 std::string imported_vendors_of_one_number(std::size_t parts) {
     return joined(parts, [](std::size_t i) { return "VENDOR v" + number(i) + " 9\n"; }) + "VENDOR " +
            std::string(40 * parts, 'n') + " 9\nBEGIN-VENDOR v0\nATTRIBUTE A 1 string\nEND-VENDOR v0\n";
+}
+
+std::string imported_long_vendor_name(std::size_t parts) {
+    const std::string name(400 * parts, 'n');
+    return "VENDOR " + name + " 9\nBEGIN-VENDOR " + name + "\n" +
+           joined(parts,
+                  [](std::size_t i) { return "ATTRIBUTE A" + number(i) + " " + number(i) + " string\n"; }) +
+           "END-VENDOR " + name + "\n";
 }
 
 std::string imported_nested_blocks(std::size_t parts) {
@@ -183,6 +203,7 @@ const std::vector<Shape>& shapes() {
         {"load-values-defined-again", "load", 600, values_defined_again},
         {"load-colliding-codes", "load", 300, colliding_codes},
         {"load-colliding-names", "load", 300, colliding_names},
+        {"load-children-of-a-long-type", "load", 300, children_of_a_long_type},
         {"check-long-vendor-name", "check", 300, long_vendor_name},
         {"check-repeated-code", "check", 300, repeated_code},
         {"check-repeated-type", "check", 300, repeated_type},
@@ -190,8 +211,11 @@ const std::vector<Shape>& shapes() {
         {"check-values-of-a-long-name", "check", 300, values_of_a_long_name},
         {"check-children-of-a-long-name", "check", 300, children_of_a_long_name},
         {"check-colliding-codes", "check", 300, colliding_codes},
+        {"check-children-of-a-long-type", "check", 300, children_of_a_long_type},
+        {"check-documents", "check", 300, documents},
         {"import-values", "import", 600, imported_values},
         {"import-vendors-of-one-number", "import", 600, imported_vendors_of_one_number},
+        {"import-long-vendor-name", "import", 300, imported_long_vendor_name},
         {"import-nested-blocks", "import", 300, imported_nested_blocks},
     };
     return all;

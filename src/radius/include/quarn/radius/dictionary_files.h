@@ -51,8 +51,8 @@ struct FileFault {
 /// which definitions replace each other.
 ///
 /// The root may be anything that can be read, a pipe too. What is included has to be a regular file. None may
-/// have more than 64 MiB. What the aliases of a file repeat may not be larger than 16 times the file and 64
-/// KiB; of enumerated values it may be 8 MiB more.
+/// have more than 64 MiB. The aliases of a file may repeat 16 times its size. Beyond that, those of all files
+/// together may repeat 64 KiB, and 8 MiB of enumerated values.
 class DictionaryFiles {
   public:
     /// Told of each fault. If it returns, the files that can be read follow nevertheless.
