@@ -40,8 +40,8 @@ struct Framing {
     /// `Vsa`, `Extended` or `LongExtended`; `None` for a plain attribute, also for one that is a list of
     /// TLVs.
     ContainerKind container;
-    const VendorInfo* vendor;   ///< the vendor's format for `Vsa`, else null
-    bool vendor_specific;       ///< a vendor and its type are in the header: always for `Vsa`, never for `None`
+    const VendorInfo* vendor;  ///< the vendor's format for `Vsa`, else null
+    bool vendor_specific;  ///< a vendor and its type are in the header: always for `Vsa`, never for `None`
     std::size_t nesting_start;  ///< each element of the code path from here on wraps the value in a TLV
     std::size_t room;           ///< bytes of the value and its TLVs that one attribute on the wire carries
     bool may_split;             ///< a longer value is carried in several attributes, not truncated

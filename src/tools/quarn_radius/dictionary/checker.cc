@@ -232,8 +232,8 @@ void Checker::report_stray_keys(const DictionaryDocument& document, std::uint32_
                 warn(key->line, "a key of " + where + " is not a text");
                 break;
             case StrayKey::Reason::Unknown:
-                warn(key->line,
-                     "unknown key " + quoted(key->text) + " of " + where + utils::suggestion(key->text, known));
+                warn(key->line, "unknown key " + quoted(key->text) + " of " + where +
+                                    utils::suggestion(key->text, known));
                 break;
             case StrayKey::Reason::Repeated:
                 warn(key->line, quoted(key->text) + " of " + where + " is given twice; the first one holds");
@@ -409,7 +409,8 @@ void Checker::check_type(const WrittenText& type, Definition& definition) {
         definition.kind = row->kind;
     } else {
         warn(type.key_line, "unknown type " + quoted(definition.type) + " of " + definition.shown() +
-                                ", which is read as octets" + utils::suggestion(definition.type, type_names()));
+                                ", which is read as octets" +
+                                utils::suggestion(definition.type, type_names()));
     }
 }
 
