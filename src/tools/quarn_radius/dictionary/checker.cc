@@ -531,9 +531,11 @@ void Checker::remember(Definition found) {
 void Checker::check_code_ranges() {
     for (const Definition& definition : definitions_) {
         const CodePath& code = definition.code;
-        const auto id = radius::shape_of(code).vendor(code);
-        const auto vendor = id ? vendors_by_id_.find(*id) : vendors_by_id_.end();
-        const std::size_t type_size = vendor == vendors_by_id_.end() ? 1 : vendor->second.info.type_size;
+        std::size_t type_size = 1;
+        if (const auto id = radius::shape_of(code).vendor(code)) {
+            const auto vendor = vendors_by_id_.find(*id);
+            type_size = vendor != vendors_by_id_.end() ? vendor->second.info.type_size : type_size;
+        }
         if (const std::string problem = code_path_problem(code, type_size); !problem.empty()) {
             report(definition.where, Severity::Warning,
                    "code " + code_text(code) + " of " + definition.shown() + " does not fit: " + problem);

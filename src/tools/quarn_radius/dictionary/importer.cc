@@ -179,19 +179,15 @@ class Converter {
         }
         const CodePath parent_code(code.begin(), code.end() - 1);
         const auto found = index_by_code_.find(parent_code);
-        const AttributeEntry* const parent =
-            found == index_by_code_.end() ? nullptr : &converted_[found->second].entry;
-        const auto parent_kind =
-            parent != nullptr ? std::optional(radius::classify_container_kind(parent->type)) : std::nullopt;
-        switch (radius::nesting_fault(code, parent_kind)) {
-            case radius::NestingFault::NoParent:
-                return "nothing is defined at " + radius::radius_code_path_to_string(parent_code);
-            case radius::NestingFault::ParentIsLeaf:
-                return shortened(parent->name) + " of type " + parent->type + " cannot hold it";
-            case radius::NestingFault::None:
-                break;
+        if (found == index_by_code_.end()) {
+            const bool is_fault = radius::nesting_fault(code, std::nullopt) != radius::NestingFault::None;
+            return is_fault ? "nothing is defined at " + radius::radius_code_path_to_string(parent_code) : "";
         }
-        return {};
+        const AttributeEntry& parent = converted_[found->second].entry;
+        const auto fault = radius::nesting_fault(code, radius::classify_container_kind(parent.type));
+        return fault != radius::NestingFault::None
+                   ? shortened(parent.name) + " of type " + parent.type + " cannot hold it"
+                   : "";
     }
 
     void convert_attribute(const TextAttribute& attribute) {
@@ -351,6 +347,7 @@ class Converter {
                             std::move(content->second));
         }
         std::vector<DictionaryContent> contents;
+        contents.reserve(by_name.size() + 1);
         for (auto& [name, content] : by_name) {
             contents.push_back(std::move(content));
         }
