@@ -12,6 +12,7 @@
 #include "quarn/radius/hiding.h"
 #include "quarn/radius/packet.h"
 #include "quarn/radius/packet_code.h"
+#include "quarn/radius/path_shape.h"
 #include "quarn/radius/pkt_dump.h"
 #include "quarn/radius/pkt_load.h"
 #include "quarn/radius/wire_format.h"
@@ -62,16 +63,13 @@ bool joins(const RadiusPacket& packet, const RadiusAttribute& attribute) {
     if (!attribute.metadata->concat) {
         return false;
     }
-    switch (top_level_container(packet.dictionary.get(), path.front())) {
-        case ContainerKind::Vsa:
-            return path.size() == 3 && !vendor_format(packet.dictionary.get(), path[1]).continuation;
-        case ContainerKind::Extended:
-            return path.size() == (path[1] == VSA_TYPE ? 4 : 2);
-        case ContainerKind::LongExtended:
-            return false;
-        default:
-            return path.size() == 1;
+    const ContainerKind container = top_level_container(packet.dictionary.get(), path.front());
+    const PathShape shape = shape_of(path, container);
+    if (path.size() != shape.nesting_start || container == ContainerKind::LongExtended) {
+        return false;
     }
+    return shape.space != PathShape::Space::Vendor ||
+           !vendor_format(packet.dictionary.get(), path[shape.vendor_at]).continuation;
 }
 
 /// A value that is not hidden, as it is on the wire. The tag takes the place of a number's top byte (RFC

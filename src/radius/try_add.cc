@@ -46,8 +46,8 @@ AddResult unknown_attribute(const RadiusDictionary* dictionary, std::string_view
     std::vector<std::string_view> names;
     if (dictionary != nullptr) {
         const DictionaryTables& tables = DictionaryTables::of(*dictionary);
-        for (std::size_t i = 0; i < tables.records.size(); ++i) {
-            names.push_back(tables.records[i].name);
+        for (std::size_t i = 0; i < tables.definitions.size(); ++i) {
+            names.push_back(tables.definitions[i].metadata.name);
         }
     }
     const std::optional<std::string_view> nearest = utils::nearest_name(name, names);
@@ -58,14 +58,9 @@ AddResult unknown_attribute(const RadiusDictionary* dictionary, std::string_view
 /// The names of an attribute's enumerated values.
 std::vector<std::string_view> value_names(const RadiusDictionary& dictionary,
                                           const AttributeMetadata& record) {
-    const DictionaryTables& tables = DictionaryTables::of(dictionary);
-    const utils::CaseInsensitiveEqual is_same_name;
     std::vector<std::string_view> names;
-    for (std::size_t i = 0; i < tables.values.size(); ++i) {
-        const NamedValue& value = tables.values[i];
-        if (is_same_name(tables.records[value.attribute].name, record.name)) {
-            names.push_back(value.name);
-        }
+    for (const RadiusDictionary::ValueSource& value : dictionary.values_of(record.name)) {
+        names.push_back(value.name);
     }
     return names;
 }

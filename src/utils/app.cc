@@ -8,6 +8,10 @@ const App::WarningHandler*& App::current_handler() {
     return handler;
 }
 
+bool App::is_heard() {
+    return current_handler() != nullptr;
+}
+
 void App::warn(std::string_view message, const Fields& fields) {
     if (const WarningHandler* const handler = current_handler()) {
         handler->sink_(message, fields);

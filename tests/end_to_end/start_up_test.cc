@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <netdb.h>
 #include <openssl/crypto.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <vector>
@@ -234,6 +235,18 @@ TEST(StartUp, NamesTheIncludedDictionaryFileAtFault) {
                                                             ": 'attributes' must be a map\n");
 }
 
+TEST(StartUp, ReadsNoIncludedFileThatNeverEnds) {
+    const ScratchFolder folder;
+    const std::string pipe = folder.path() / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& included : {pipe, std::string("/dev/zero")}) {
+        const std::string path = folder.write("dictionary.yaml", "includes: [" + included + "]\n");
+        expect_failure({"-d", path, "127.0.0.1", "secret"}, "authprobe: failed to load dictionary \"" + path +
+                                                                "\": " + included +
+                                                                ": cannot load: is not a regular file\n");
+    }
+}
+
 TEST(StartUp, NamesTheDictionaryAsItWasGiven) {
     const ScratchFolder folder;
     const std::string path = folder.write("dictionary.yaml", "attributes: 1\n");
@@ -332,11 +345,8 @@ TEST(StartUp, IgnoresPosixlyCorrect) {
 
 // What the program takes from nobody
 
-/// Whether a run of MS-CHAP against a silent peer opens this file as C programs do.
-bool opens(const std::string& file, const std::string& dictionary) {
-    const UdpPeer silent;
-    Command command = authprobe({"-d", dictionary, "--password", "hello", "-t", "mschap", "--timeout", "1",
-                                 "--retry", "1", silent.address(), shared_secret});
+/// Whether a program opens this file as C programs do.
+bool opens(Command command, const std::string& file) {
     command.environment = preloading(FAILING_CALLS, "fopen(" + file + ")=stop");
     return Process(command).wait_until_stopped();
 }
@@ -352,8 +362,12 @@ attributes:
   MS-CHAP-Challenge: {code: 26.311.11, type: octets}
 )");
     const std::string configuration = std::string(OPENSSL_info(OPENSSL_INFO_CONFIG_DIR)) + "/openssl.cnf";
-    EXPECT_TRUE(opens(dictionary, dictionary));  // else the next line would tell nothing
-    EXPECT_FALSE(opens(configuration, dictionary));
+    const UdpPeer silent;
+    const Command run = authprobe({"-d", dictionary, "--password", "hello", "-t", "mschap", "--timeout", "1",
+                                   "--retry", "1", silent.address(), shared_secret});
+    EXPECT_FALSE(opens(run, configuration));
+    // Otherwise the line above would tell nothing.
+    EXPECT_TRUE(opens({.program = "/bin/sed", .arguments = {"p", configuration}}, configuration));
 }
 
 TEST(StartUp, SetsUniversalTimeWhateverTheMachineHas) {

@@ -39,6 +39,18 @@ TEST(AppWarn, IsSilentWithoutAHandler) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
+TEST(AppIsHeard, TellsWhetherThisThreadHasAHandler) {
+    EXPECT_FALSE(App::is_heard());
+    {
+        const WarningRecorder recorder;
+        EXPECT_TRUE(App::is_heard());
+        bool is_heard_elsewhere = true;
+        std::thread([&] { is_heard_elsewhere = App::is_heard(); }).join();
+        EXPECT_FALSE(is_heard_elsewhere);
+    }
+    EXPECT_FALSE(App::is_heard());
+}
+
 TEST(AppWarningHandler, HearsNothingFromBeforeItsTime) {
     App::warn("too early", {});
     const WarningRecorder recorder;

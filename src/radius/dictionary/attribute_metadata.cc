@@ -6,9 +6,10 @@ namespace quarn::subscriber::radius {
 
 void AttributeMetadata::derive_fields() {
     name_lower = utils::ascii_lower(name);
-    kind = classify_container_kind(type);
-    value_type = classify_value_type(type);
-    fixed_size = fixed_size_of(value_type);
+    const TypeRow* const row = find_type(type);
+    kind = row != nullptr ? row->kind : ContainerKind::None;
+    value_type = row != nullptr ? row->value_type : ValueType::Octets;
+    fixed_size = row != nullptr ? row->width : 0;
     is_signed = value_type == ValueType::Signed;
 }
 

@@ -18,13 +18,9 @@ std::string radius_code_path_to_string(const CodePath& path) {
 std::size_t CodePathHash::operator()(const CodePath& path) const {
     std::size_t hash = utils::fnv_start;
     for (const std::uint32_t code : path) {
-        hash = extended(hash, code);
+        hash = (hash ^ code) * utils::fnv_prime;
     }
     return hash;
-}
-
-std::size_t CodePathHash::extended(std::size_t hash, std::uint32_t code) {
-    return (hash ^ code) * utils::fnv_prime;
 }
 
 }  // namespace quarn::subscriber::radius

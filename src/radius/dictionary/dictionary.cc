@@ -1,24 +1,13 @@
 #include "quarn/radius/dictionary.h"
 
 #include "dictionary/dictionary_tables.h"
+#include "quarn/radius/path_shape.h"
 #include "quarn/utils/app.h"
 #include "quarn/utils/ascii.h"
 
 namespace quarn::subscriber::radius {
 
 namespace {
-
-/// The entry under `key`, or null.
-template <typename Map, typename Key>
-const typename Map::mapped_type* find_entry(const Map& map, const Key& key) {
-    const auto entry = map.find(key);
-    return entry == map.end() ? nullptr : &entry->second;
-}
-
-/// Every type name with a container kind is one of an attribute that may have children.
-bool can_hold_children(const AttributeMetadata& attribute) {
-    return attribute.kind != ContainerKind::None;
-}
 
 /// The longest code path whose parent needs no check: a top-level attribute, an extended one, or a vendor's.
 constexpr std::size_t max_unchecked_path = 3;
@@ -35,7 +24,8 @@ const AttributeMetadata& RadiusDictionary::attribute_by_name(std::string_view na
 }
 
 const AttributeMetadata& RadiusDictionary::attribute_by_code(const CodePath& code) const {
-    return DictionaryTables::of(*this).attribute_by_code(code, CodePathHash()(code));
+    const DictionaryTables& tables = DictionaryTables::of(*this);
+    return tables.attribute_by_code(code, tables.code_hash(code));
 }
 
 const AttributeMetadata& RadiusDictionary::top_level_attribute(std::uint32_t type) const {
@@ -43,11 +33,13 @@ const AttributeMetadata& RadiusDictionary::top_level_attribute(std::uint32_t typ
 }
 
 const VendorInfo* RadiusDictionary::vendor_by_name(std::string_view name) const {
-    return find_entry(DictionaryTables::of(*this).vendors_by_name, name);
+    const DefinedVendor* const vendor = DictionaryTables::of(*this).vendor_by_name(name);
+    return vendor != nullptr ? vendor->info.get() : nullptr;
 }
 
 const VendorInfo* RadiusDictionary::vendor_by_id(std::uint32_t id) const {
-    return find_entry(DictionaryTables::of(*this).vendors_by_id, id);
+    const DefinedVendor* const vendor = DictionaryTables::of(*this).vendor_by_id(id);
+    return vendor != nullptr ? vendor->info.get() : nullptr;
 }
 
 std::optional<std::uint32_t> RadiusDictionary::enum_value(std::string_view attribute_name,
@@ -59,7 +51,7 @@ std::optional<std::uint32_t> RadiusDictionary::enum_value(std::string_view attri
 std::optional<std::string> RadiusDictionary::enum_name(std::string_view attribute_name,
                                                        std::uint32_t number) const {
     const NamedValue* const value = DictionaryTables::of(*this).value_by_number(attribute_name, number);
-    return value != nullptr ? std::optional(value->name) : std::nullopt;
+    return value != nullptr ? std::optional(std::string(value->name)) : std::nullopt;
 }
 
 std::optional<std::string> RadiusDictionary::enum_name_lower(std::string_view attribute_name,
@@ -81,23 +73,77 @@ const AttributeMetadata& RadiusDictionary::unknown_definition() {
     return record;
 }
 
-void RadiusDictionary::_validate_nesting(const Sources& sources) const {
-    for (std::size_t i = 0; i < sources.size(); ++i) {
-        const AttributeSource& source = sources[i];
-        if (source.code.size() <= max_unchecked_path) {
+std::vector<RadiusDictionary::AttributeSource> RadiusDictionary::attributes() const {
+    const DictionaryTables& tables = DictionaryTables::of(*this);
+    std::vector<AttributeSource> sources;
+    for (std::uint32_t i = 0; i < tables.definitions.size(); ++i) {
+        const Definition& definition = tables.definitions[i];
+        if (tables.definition_by_name(definition.metadata.name) == i) {
+            sources.push_back({definition.metadata.name, definition.metadata.code,
+                               tables.files[definition.file], definition.line});
+        }
+    }
+    return sources;
+}
+
+std::vector<RadiusDictionary::ValueSource> RadiusDictionary::values_of(
+    std::string_view attribute_name) const {
+    const DictionaryTables& tables = DictionaryTables::of(*this);
+    std::vector<std::uint32_t> definitions;
+    for (auto i = tables.definition_by_name(attribute_name).value_or(Definition::none); i != Definition::none;
+         i = tables.definitions[i].namesake) {
+        definitions.push_back(i);
+    }
+    std::vector<ValueSource> sources;
+    for (auto i = definitions.rbegin(); i != definitions.rend(); ++i) {
+        const Definition& definition = tables.definitions[*i];
+        const std::size_t end = tables.values_end(*i);
+        for (std::uint32_t value = definition.first_value; value < end; ++value) {
+            const NamedValue& named = tables.values[value];
+            if (tables.holds(value)) {
+                sources.push_back({named.name, named.number, tables.files[definition.file], named.line});
+            }
+        }
+    }
+    return sources;
+}
+
+std::vector<RadiusDictionary::VendorSource> RadiusDictionary::vendors() const {
+    const DictionaryTables& tables = DictionaryTables::of(*this);
+    std::vector<VendorSource> sources;
+    for (std::size_t i = 0; i < tables.vendors.size(); ++i) {
+        const DefinedVendor& vendor = tables.vendors[i];
+        if (tables.vendor_by_id(vendor.info->id) == &vendor) {
+            sources.push_back({vendor.info.get(), tables.files[vendor.file], vendor.line});
+        }
+    }
+    return sources;
+}
+
+void RadiusDictionary::_validate_nesting() const {
+    if (!App::is_heard()) {
+        return;
+    }
+    const DictionaryTables& tables = DictionaryTables::of(*this);
+    for (std::size_t i = 0; i < tables.definitions.size(); ++i) {
+        const Definition& definition = tables.definitions[i];
+        const CodePath& code = definition.metadata.code;
+        if (code.size() <= max_unchecked_path) {
             continue;
         }
-        const CodePath parent_code(source.code.begin(), source.code.end() - 1);
+        const CodePath parent_code(code.begin(), code.end() - 1);
         const AttributeMetadata& parent = attribute_by_code(parent_code);
-        if (parent.known && can_hold_children(parent)) {
+        const NestingFault fault =
+            nesting_fault(code, parent.known ? std::optional(parent.kind) : std::nullopt);
+        if (fault == NestingFault::None) {
             continue;
         }
-        App::Fields fields = {{"file", std::string(source.file)},
-                              {"line", std::to_string(source.line)},
-                              {"attribute", std::string(source.name)},
-                              {"code", radius_code_path_to_string(source.code)},
+        App::Fields fields = {{"file", tables.files[definition.file]},
+                              {"line", std::to_string(definition.line)},
+                              {"attribute", definition.metadata.name},
+                              {"code", radius_code_path_to_string(code)},
                               {"parent_code", radius_code_path_to_string(parent_code)}};
-        if (!parent.known) {
+        if (fault == NestingFault::NoParent) {
             App::warn("parent attribute is not defined", fields);
         } else {
             fields.emplace_back("parent_type", parent.type);

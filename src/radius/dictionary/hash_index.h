@@ -25,15 +25,19 @@ class HashIndex {
         return slot.position != none ? std::optional(slot.position) : std::nullopt;
     }
 
-    /// Puts a position under this hash, in place of the one for which `is_wanted(position)` holds.
+    /// Puts a position under this hash, in place of the one for which `is_wanted(position)` holds. Returns
+    /// the position that is replaced.
     template <typename Predicate>
-    void insert_or_assign(std::size_t hash, std::uint32_t position, Predicate is_wanted) {
+    std::optional<std::uint32_t> insert_or_assign(std::size_t hash, std::uint32_t position,
+                                                  Predicate is_wanted) {
         if (2 * (size_ + 1) > slots_.size()) {
             grow();
         }
         Slot& slot = slots_[find_slot(shortened(hash), is_wanted)];
-        size_ += slot.position == none ? 1 : 0;
+        const std::uint32_t replaced = slot.position;
+        size_ += replaced == none ? 1 : 0;
         slot = {shortened(hash), position};
+        return replaced != none ? std::optional(replaced) : std::nullopt;
     }
 
   private:

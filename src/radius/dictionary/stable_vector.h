@@ -20,6 +20,9 @@ class StableVector {
         return blocks_[position / block_size][position % block_size];
     }
 
+    /// The last element; there must be one.
+    Element& back() { return blocks_[(size_ - 1) / block_size].back(); }
+
     /// Appends an element made from the arguments.
     template <typename... Arguments>
     Element& emplace_back(Arguments&&... arguments) {

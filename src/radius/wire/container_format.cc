@@ -1,15 +1,11 @@
 #include "wire/container_format.h"
 
+#include "quarn/radius/path_shape.h"
+
 namespace quarn::subscriber::radius {
 
 ContainerKind top_level_container(const AttributeMetadata& record, std::uint32_t type) {
-    if (record.known) {
-        return record.kind;
-    }
-    if (type == VSA_TYPE) {
-        return ContainerKind::Vsa;
-    }
-    return is_extended_type(type) ? ContainerKind::Extended : ContainerKind::None;
+    return record.known ? record.kind : kind_of_type(type);
 }
 
 ContainerKind top_level_container(const RadiusDictionary* dictionary, std::uint32_t type) {
@@ -29,21 +25,25 @@ Framing framing_of(const RadiusDictionary* dictionary, const AttributeMetadata& 
     const std::uint32_t type = path.empty() ? 0 : path.front();
     const ContainerKind container = top_level_container(dictionary, type);
 
-    if (container == ContainerKind::Vsa && path.size() >= 3) {
-        constexpr std::size_t nesting_start = 3;
-        const VendorInfo& vendor = vendor_format(dictionary, path[1]);
+    const PathShape shape = shape_of(path, container);
+    // Without a type behind it, a vendor's number is framed like the type of a nested TLV.
+    const bool vendor_specific = shape.vendor_at != 0 && !shape.ends_with_vendor(path);
+
+    if (shape.space == PathShape::Space::Vendor && vendor_specific) {
+        const VendorInfo& vendor = vendor_format(dictionary, path[shape.vendor_at]);
         return {.container = container,
                 .vendor = &vendor,
-                .nesting_start = nesting_start,
+                .vendor_specific = true,
+                .nesting_start = shape.nesting_start,
                 .room = max_value_size - vendor_id_size - vendor_header_size(vendor),
-                .may_split = vendor.continuation || path.size() == nesting_start};
+                .may_split = vendor.continuation || path.size() == shape.nesting_start};
     }
-    const bool long_form = container == ContainerKind::LongExtended;
-    if ((container == ContainerKind::Extended || long_form) && path.size() >= 2) {
-        const bool vendor_specific = is_extended_vendor(path);
-        const std::size_t nesting_start = vendor_specific ? 4 : 2;
+    if (shape.space == PathShape::Space::Extended || shape.space == PathShape::Space::ExtendedVendor) {
+        const bool long_form = container == ContainerKind::LongExtended;
+        const std::size_t nesting_start = vendor_specific ? shape.nesting_start : 2;
         return {.container = container,
                 .vendor = nullptr,
+                .vendor_specific = vendor_specific,
                 .nesting_start = nesting_start,
                 .room = max_value_size - extended_header_size(long_form, vendor_specific),
                 .may_split = long_form || path.size() == nesting_start};
@@ -54,6 +54,7 @@ Framing framing_of(const RadiusDictionary* dictionary, const AttributeMetadata& 
     const AttributeMetadata& split_record = is_tlv ? dictionary->top_level_attribute(type) : record;
     return {.container = ContainerKind::None,
             .vendor = nullptr,
+            .vendor_specific = false,
             .nesting_start = is_tlv ? 1 : path.size(),
             .room = max_value_size,
             .may_split = dictionary != nullptr && (split_record.concat || split_record.continuation)};

@@ -14,9 +14,8 @@
 
 namespace quarn::subscriber::radius {
 
-/// The container kind of a top-level type: the dictionary's or, for a type that it lacks, `Vsa` for 26,
-/// `Extended` for 241 to 246 (RFC 6929; the long form needs a definition) and `None` for the rest. A null
-/// dictionary lacks everything.
+/// The container kind of a top-level type: the dictionary's or, for a type that it lacks, `kind_of_type`. A
+/// null dictionary lacks everything.
 ContainerKind top_level_container(const RadiusDictionary* dictionary, std::uint32_t type);
 
 /// The container kind of a top-level type whose record, or the unknown one, is at hand.
@@ -31,11 +30,6 @@ constexpr std::size_t vendor_header_size(const VendorInfo& vendor) {
     return vendor.type_size + vendor.length_size + (vendor.continuation ? 1 : 0);
 }
 
-/// True if an extended attribute of this path is a vendor's (RFC 6929, section 2.4).
-inline bool is_extended_vendor(const CodePath& path) {
-    return path.size() >= 4 && path[1] == VSA_TYPE;
-}
-
 /// Bytes of an extended attribute between its Length and its data.
 constexpr std::size_t extended_header_size(bool long_form, bool vendor_specific) {
     return 1 + (long_form ? 1 : 0) + (vendor_specific ? vendor_id_size + extended_vendor_type_size : 0);
@@ -46,7 +40,8 @@ struct Framing {
     /// `Vsa`, `Extended` or `LongExtended`; `None` for a plain attribute, also for one that is a list of
     /// TLVs.
     ContainerKind container;
-    const VendorInfo* vendor;   ///< the vendor's format for `Vsa`, else null
+    const VendorInfo* vendor;  ///< the vendor's format for `Vsa`, else null
+    bool vendor_specific;  ///< a vendor and its type are in the header: always for `Vsa`, never for `None`
     std::size_t nesting_start;  ///< each element of the code path from here on wraps the value in a TLV
     std::size_t room;           ///< bytes of the value and its TLVs that one attribute on the wire carries
     bool may_split;             ///< a longer value is carried in several attributes, not truncated

@@ -105,17 +105,16 @@ void build_vsa(BufferWriter& out, const CodePath& path, byte_span bytes, std::si
     });
 }
 
-void build_extended(BufferWriter& out, const CodePath& path, byte_span bytes, std::size_t room,
-                    bool long_form) {
-    const bool vendor_specific = is_extended_vendor(path);
-    const std::size_t sub_header_size = extended_header_size(long_form, vendor_specific);
-    for_each_fragment(bytes, room, [&](byte_span piece, bool more) {
+void build_extended(BufferWriter& out, const CodePath& path, byte_span bytes, const Framing& framing) {
+    const bool long_form = framing.container == ContainerKind::LongExtended;
+    const std::size_t sub_header_size = extended_header_size(long_form, framing.vendor_specific);
+    for_each_fragment(bytes, framing.room, [&](byte_span piece, bool more) {
         append_attribute_header(out, path[0], sub_header_size + piece.size());
         out.append_u8(static_cast<std::uint8_t>(path[1]));
         if (long_form) {
             out.append_u8(more ? more_flag : 0);
         }
-        if (vendor_specific) {
+        if (framing.vendor_specific) {
             out.append_uint(path[2], vendor_id_size);
             out.append_uint(path[3], extended_vendor_type_size);
         }
@@ -196,7 +195,7 @@ class PacketEncoder {
         } else if (framing.container == ContainerKind::None) {
             build_plain(out_, path.empty() ? 0 : path.front(), value, framing.room);
         } else {
-            build_extended(out_, path, value, framing.room, framing.container == ContainerKind::LongExtended);
+            build_extended(out_, path, value, framing);
         }
     }
 

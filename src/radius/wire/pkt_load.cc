@@ -11,6 +11,7 @@
 #include "dictionary/dictionary_tables.h"
 #include "quarn/net/buffer_reader.h"
 #include "quarn/radius/hiding.h"
+#include "quarn/radius/path_shape.h"
 #include "quarn/radius/wire_format.h"
 #include "wire/container_format.h"
 
@@ -237,7 +238,7 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
     // NOLINTBEGIN(misc-no-recursion)
     void decode_leaf(const AttributeMetadata& record, CodePath& path, byte_span bytes, Place place) {
         if (record.kind == ContainerKind::Tlv) {
-            decode_nested_tlvs(path, CodePathHash{}(path), bytes, place);
+            decode_nested_tlvs(path, tables_.code_hash(path), bytes, place);
             return;
         }
         Bytes data(bytes.begin(), bytes.end());
@@ -269,7 +270,7 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
             }
             const byte_span value = reader.read_bytes(length - attribute_header_size);
             path.push_back(type);
-            const std::size_t hash = CodePathHash::extended(path_hash, type);
+            const std::size_t hash = DictionaryTables::extended_code_hash(path_hash, type);
             const AttributeMetadata& record = tables_.attribute_by_code(path, hash);
             if (record.kind == ContainerKind::Tlv) {
                 decode_nested_tlvs(path, hash, value, place);
@@ -297,7 +298,7 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
             report("unterminated continuation value", {true, key.first}, std::to_string(key.second));
         }
         for (const auto& [path, fragments] : long_extended_fragments_) {
-            const bool vendor_specific = path.size() > 2;
+            const bool vendor_specific = shape_of(path, ContainerKind::LongExtended).vendor_at != 0;
             report("unterminated long-extended value", {false, path.front()},
                    vendor_specific ? std::to_string(path.back()) : "");
         }

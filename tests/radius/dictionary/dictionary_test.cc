@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -436,6 +437,77 @@ TEST_F(Nesting, IsReportedAfterEverythingIsRead) {
     ASSERT_EQ(recorder.warnings().size(), 2U);
     EXPECT_EQ(recorder.warnings()[0].message, "stoul");
     EXPECT_EQ(recorder.warnings()[1], undefined_parent("2", "Child", "1.2.3.4", "1.2.3"));
+}
+
+/// What a dictionary lists, a line each.
+std::vector<std::string> listed(const RadiusDictionary& dictionary, const std::string& attribute = "") {
+    const auto place = [](const auto& source) {
+        return " " + std::filesystem::path(source.file).filename().string() + ":" +
+               std::to_string(source.line);
+    };
+    std::vector<std::string> lines;
+    for (const auto& vendor : dictionary.vendors()) {
+        lines.push_back("vendor " + vendor.vendor->name + place(vendor));
+    }
+    for (const auto& source : dictionary.attributes()) {
+        lines.push_back(std::string(source.name) + " " + radius_code_path_to_string(source.code) +
+                        place(source));
+    }
+    for (const auto& value : dictionary.values_of(attribute)) {
+        lines.push_back(std::string(value.name) + "=" + std::to_string(value.number) + place(value));
+    }
+    return lines;
+}
+
+TEST(Enumeration, ListsWhatHoldsWithItsPlace) {
+    const test::ScratchFolder folder;
+    folder.write("one.yaml", R"(vendor:
+  id: 9
+  name: Old
+attributes:
+  A: {code: 26.9.1}
+  Mode:
+    code: 26.9.2
+    values:
+      Off: 0
+      On: 1
+      Up: 2
+  Plain: {code: 1}
+)");
+    folder.write("two.yaml", R"({
+"vendor": {"id": 9, "name": "New"},
+"attributes": {
+  "a": {"code": "26.9.3"},
+  "MODE": {"code": "26.9.2", "values": {"on": 3,
+     "Auto": 1}},
+  "Bad": {"code": "x"}
+}
+})");
+    RadiusDictionary dictionary;
+    dictionary.load(folder.write("root.yaml", "includes: [one.yaml, two.yaml]\n"));
+    EXPECT_EQ(listed(dictionary, "mode"),
+              (std::vector<std::string>{"vendor New two.yaml:2", "Plain 1 one.yaml:12", "a 26.9.3 two.yaml:4",
+                                        "MODE 26.9.2 two.yaml:5", "Off=0 one.yaml:9", "Up=2 one.yaml:11",
+                                        "on=3 two.yaml:5", "Auto=1 two.yaml:6"}));
+}
+
+TEST(Enumeration, ListsNothingOfAnEmptyDictionary) {
+    EXPECT_EQ(listed(RadiusDictionary(), "A"), std::vector<std::string>{});
+}
+
+// Names and formats were once copied into every attribute: a file of 300 KB took a gigabyte.
+TEST(AttributesOfAVendor, ShareIt) {
+    const RadiusDictionary dictionary =
+        load("vendor: {id: 9, name: Example}\nattributes: {A: {code: 26.9.1}, B: {code: 26.9.2}}\n");
+    const OptionalVendor& vendor = dictionary.attribute_by_name("A").vendor;
+    ASSERT_TRUE(vendor);
+    EXPECT_EQ(&*vendor, &*dictionary.attribute_by_name("B").vendor);
+    EXPECT_EQ(&*vendor, dictionary.vendor_by_id(9));
+
+    AttributeMetadata copy = dictionary.attribute_by_name("A");
+    copy.vendor->name = "Other";
+    EXPECT_EQ(vendor->name, "Example");
+    EXPECT_EQ(copy.vendor->name, "Other");
 }
 
 }  // namespace

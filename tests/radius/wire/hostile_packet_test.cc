@@ -14,66 +14,10 @@
 
 #include "quarn/radius/packet.h"
 #include "quarn/radius/pkt_load.h"
+#include "testing/counted_memory.h"
 #include "testing/every_kind.h"
 #include "testing/hostile_datagrams.h"
 #include "testing/packet_forge.h"
-
-namespace {
-
-/// What this program has asked for since the last reset.
-struct Memory {
-    std::size_t allocations = 0;
-    std::size_t bytes = 0;    // of all allocations
-    std::ptrdiff_t held = 0;  // now, more than at the reset
-    std::ptrdiff_t most_held = 0;
-};
-
-thread_local Memory memory;
-
-/// In front of every block, to know its size when it is given back.
-constexpr std::size_t prefix = alignof(std::max_align_t);
-
-void* allocate(std::size_t size) {
-    void* const block = std::malloc(prefix + size);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    *static_cast<std::size_t*>(block) = size;
-    ++memory.allocations;
-    memory.bytes += size;
-    memory.held += static_cast<std::ptrdiff_t>(size);
-    memory.most_held = std::max(memory.most_held, memory.held);
-    return static_cast<char*>(block) + prefix;
-}
-
-void release(void* place) {
-    if (place != nullptr) {
-        void* const block = static_cast<char*>(place) - prefix;
-        memory.held -= static_cast<std::ptrdiff_t>(*static_cast<std::size_t*>(block));
-        std::free(block);
-    }
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    return allocate(size);
-}
-void* operator new[](std::size_t size) {
-    return allocate(size);
-}
-void operator delete(void* place) noexcept {
-    release(place);
-}
-void operator delete[](void* place) noexcept {
-    release(place);
-}
-void operator delete(void* place, std::size_t) noexcept {
-    release(place);
-}
-void operator delete[](void* place, std::size_t) noexcept {
-    release(place);
-}
 
 namespace quarn::test {
 
@@ -86,13 +30,15 @@ void PrintTo(const HostileShape& shape, std::ostream* out) {
 namespace quarn::subscriber::radius {
 namespace {
 
+using test::counted_memory;
 using test::HostileShape;
+using test::Memory;
 
 Memory needed_for(byte_span datagram) {
     test::process(datagram);  // what is set up once is there then
-    memory = Memory();
+    counted_memory() = Memory();
     test::process(datagram);
-    return memory;
+    return counted_memory();
 }
 
 class HostileDatagram : public testing::TestWithParam<HostileShape> {};

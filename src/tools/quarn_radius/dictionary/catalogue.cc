@@ -1,23 +1,19 @@
 #include "quarn_radius/dictionary/catalogue.h"
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
 #include <set>
 #include <stdexcept>
 #include <string_view>
-#include <unordered_map>
 
 #include "common/json_object.h"
 #include "common/terminal_text.h"
+#include "quarn/radius/dictionary_files.h"
 #include "quarn/radius/hiding.h"
-#include "quarn/radius/wire_format.h"
-#include "quarn/utils/ascii.h"
+#include "quarn/radius/path_shape.h"
+#include "quarn/radius/written_number.h"
 #include "quarn/utils/case_insensitive.h"
 #include "quarn/utils/nearest_name.h"
-#include "quarn/utils/text.h"
-#include "quarn_radius/dictionary/code_text.h"
-#include "quarn_radius/dictionary/files.h"
 #include "quarn_radius/name_pattern.h"
 
 namespace quarn::quarn_radius {
@@ -92,7 +88,10 @@ std::string record_text(const AttributeRecord& record) {
     return text;
 }
 
-/// Columns as wide as their widest entry, two spaces apart.
+/// Wider than all known names. A longer one would otherwise be paid for in every line.
+constexpr std::size_t widest_column = 100;
+
+/// Columns as wide as their widest entry, but no wider than `widest_column`, two spaces apart.
 std::string list_text(const std::vector<AttributeRecord>& records) {
     std::size_t code_width = 0;
     std::size_t name_width = 0;
@@ -103,9 +102,9 @@ std::string list_text(const std::vector<AttributeRecord>& records) {
         type_width = std::max(type_width, tools::terminal_text(record.metadata.type).size());
     }
     std::string text;
-    const auto column = [&text](std::string entry, std::size_t width) {
-        entry.resize(width + 2, ' ');
-        text += entry;
+    const auto column = [&text](const std::string& entry, std::size_t width) {
+        text.append(entry).append(std::max(std::min(width, widest_column), entry.size()) + 2 - entry.size(),
+                                  ' ');
     };
     for (const AttributeRecord& record : records) {
         column(radius::radius_code_path_to_string(record.metadata.code), code_width);
@@ -151,106 +150,89 @@ std::string record_json(const AttributeRecord& record) {
 }  // namespace
 
 DictionaryCatalogue::DictionaryCatalogue(const std::string& path) {
-    Problems told_by_the_loader;
-    const std::vector<DictionaryFile> files = read_dictionary_files(path, told_by_the_loader);
-    try {
-        dictionary_.load(path);
-    } catch (const std::exception& error) {
-        throw FileError(error.what());
-    }
-
-    std::unordered_map<std::string, std::size_t, utils::CaseInsensitiveHash, utils::CaseInsensitiveEqual>
-        index;
-    for (const DictionaryFile& file : files) {
-        const auto attributes = find_field(file.root, "attributes");
-        if (!attributes || !attributes->value.IsMap()) {
-            continue;
+    radius::DictionaryFiles files(path, [&path](const radius::FileFault& fault) {
+        if (fault.kind == radius::FileFault::Kind::Unreadable && fault.includer.empty()) {
+            throw FileError(path + ": " + fault.problem);
         }
-        for (const auto& entry : attributes->value) {
-            const std::string name = text_of(entry.first).value_or("");
-            const radius::AttributeMetadata& metadata = dictionary_.attribute_by_name(name);
-            if (!metadata.known) {
-                continue;
-            }
-            const auto [known, is_new] = index.emplace(name, records_.size());
-            if (is_new) {
-                records_.push_back({metadata, {}, {}});
-            }
-            AttributeRecord& record = records_[known->second];
-            record.place = {file.path, line_of(entry.first)};
-            const auto values = entry.second.IsMap() ? find_field(entry.second, "values") : std::nullopt;
-            if (!values || !values->value.IsMap()) {
-                continue;
-            }
-            for (const auto& value : values->value) {
-                const std::string value_name = text_of(value.first).value_or("");
-                if (const auto number = dictionary_.enum_value(name, value_name)) {
-                    record.values.emplace_back(value_name, *number);
-                }
-            }
+        if (fault.is_fatal()) {
+            throw FileError(fault.file + ": " + fault.reason);
+        }
+    });
+    while (const radius::DictionaryDocument* const document = files.next()) {
+        try {
+            dictionary_.apply(*document);
+        } catch (const std::runtime_error& error) {
+            throw FileError(error.what());
         }
     }
-    for (AttributeRecord& record : records_) {
-        std::stable_sort(record.values.begin(), record.values.end(),
-                         [](const auto& a, const auto& b) { return a.second < b.second; });
-        const auto repeated = std::unique(record.values.begin(), record.values.end());
-        record.values.erase(repeated, record.values.end());
-    }
-    std::stable_sort(
-        records_.begin(), records_.end(),
-        [](const AttributeRecord& a, const AttributeRecord& b) { return a.metadata.code < b.metadata.code; });
+    attributes_ = dictionary_.attributes();
+    std::stable_sort(attributes_.begin(), attributes_.end(),
+                     [](const auto& a, const auto& b) { return a.code < b.code; });
 }
 
 template <typename Predicate>
 std::vector<AttributeRecord> DictionaryCatalogue::select(Predicate predicate) const {
     std::vector<AttributeRecord> selected;
-    std::copy_if(records_.begin(), records_.end(), std::back_inserter(selected), predicate);
+    for (const auto& source : attributes_) {
+        const radius::AttributeMetadata& metadata = dictionary_.attribute_by_name(source.name);
+        if (!predicate(metadata)) {
+            continue;
+        }
+        AttributeRecord& record =
+            selected.emplace_back(AttributeRecord{metadata, {}, {std::string(source.file), source.line}});
+        for (const auto& value : dictionary_.values_of(source.name)) {
+            record.values.emplace_back(value.name, value.number);
+        }
+        std::stable_sort(record.values.begin(), record.values.end(),
+                         [](const auto& a, const auto& b) { return a.second < b.second; });
+    }
     return selected;
 }
 
 Findings DictionaryCatalogue::find(const std::string& query) const {
     if (query.size() >= 2 && query.front() == '/' && query.back() == '/') {
         const NamePattern pattern(query.substr(1, query.size() - 2));
-        return {Findings::Kind::List, select([&pattern](const AttributeRecord& record) {
-                    return pattern.matches(record.metadata.name);
+        return {Findings::Kind::List, select([&pattern](const radius::AttributeMetadata& attribute) {
+                    return pattern.matches(attribute.name);
                 })};
     }
     std::string name = query;
-    const auto code = parse_code(query, utils::parse_decimal<std::uint32_t>);
+    const bool is_decimal = query.find_first_not_of("0123456789.") == query.npos;
+    const auto code = is_decimal ? radius::read_plain_code_path(query) : std::nullopt;
     if (code) {
         if (const auto& attribute = dictionary_.attribute_by_code(*code); attribute.known) {
             name = attribute.name;
         }
     }
-    const utils::CaseInsensitiveEqual is_same;
-    std::vector<AttributeRecord> named =
-        select([&](const AttributeRecord& record) { return is_same(record.metadata.name, name); });
-    if (!named.empty()) {
-        return {Findings::Kind::One, std::move(named)};
-    }
-    const radius::VendorInfo* vendor = dictionary_.vendor_by_name(query);
-    if (const auto number = utils::parse_decimal<std::uint32_t>(query); vendor == nullptr && number) {
-        vendor = dictionary_.vendor_by_id(*number);
+    if (dictionary_.attribute_by_name(name).known) {
+        const utils::CaseInsensitiveEqual is_same;
+        return {Findings::Kind::One, select([&](const radius::AttributeMetadata& attribute) {
+                    return is_same(attribute.name, name);
+                })};
     }
     // A bare number means an attribute first; "26.9" selects vendor 9 unambiguously.
-    if (vendor == nullptr && code && code->size() == 2 && code->front() == radius::VSA_TYPE) {
+    const radius::VendorInfo* vendor = dictionary_.vendor_by_name(query);
+    if (vendor == nullptr && code && code->size() == 1) {
+        vendor = dictionary_.vendor_by_id(code->front());
+    }
+    if (vendor == nullptr && code && code->size() == 2 && radius::shape_of(*code).ends_with_vendor(*code)) {
         vendor = dictionary_.vendor_by_id(code->back());
     }
     if (vendor == nullptr) {
         return {};
     }
-    return {Findings::Kind::List, select([vendor](const AttributeRecord& record) {
-                return record.metadata.vendor && record.metadata.vendor->id == vendor->id;
+    return {Findings::Kind::List, select([vendor](const radius::AttributeMetadata& attribute) {
+                return attribute.vendor && attribute.vendor->id == vendor->id;
             })};
 }
 
 std::string DictionaryCatalogue::suggestion_for(const std::string& query) const {
     std::vector<std::string_view> names;
     std::set<std::string_view> vendors;
-    for (const AttributeRecord& record : records_) {
-        names.push_back(record.metadata.name);
-        if (record.metadata.vendor) {
-            vendors.insert(record.metadata.vendor->name);
+    for (const auto& source : attributes_) {
+        names.push_back(source.name);
+        if (const auto& vendor = dictionary_.attribute_by_name(source.name).vendor) {
+            vendors.insert(vendor->name);
         }
     }
     names.insert(names.end(), vendors.begin(), vendors.end());

@@ -48,7 +48,7 @@ class DictionaryCatalogue {
     std::vector<AttributeRecord> select(Predicate predicate) const;
 
     subscriber::radius::RadiusDictionary dictionary_;
-    std::vector<AttributeRecord> records_;
+    std::vector<subscriber::radius::RadiusDictionary::AttributeSource> attributes_;  ///< by code
 };
 
 /// The result as text for a terminal, line feeds included.

@@ -1,18 +1,15 @@
 #include "quarn_radius/dictionary/checker.h"
 
-#include <yaml-cpp/yaml.h>
-
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <exception>
-#include <limits>
+#include <deque>
 #include <map>
 #include <optional>
 #include <set>
 #include <span>
+#include <stdexcept>
 #include <string_view>
-#include <system_error>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
@@ -20,17 +17,14 @@
 
 #include "common/control_characters.h"
 #include "quarn/radius/dictionary.h"
+#include "quarn/radius/dictionary_files.h"
 #include "quarn/radius/hiding.h"
-#include "quarn/radius/wire_format.h"
-#include "quarn/radius/yaml_number.h"
+#include "quarn/radius/path_shape.h"
+#include "quarn/radius/written_number.h"
 #include "quarn/utils/app.h"
-#include "quarn/utils/ascii.h"
 #include "quarn/utils/case_insensitive.h"
 #include "quarn/utils/nearest_name.h"
-#include "quarn/utils/text.h"
 #include "quarn_radius/dictionary/code_path_limits.h"
-#include "quarn_radius/dictionary/files.h"
-#include "quarn_radius/dictionary/value_limits.h"
 
 namespace quarn::quarn_radius {
 
@@ -39,7 +33,16 @@ namespace {
 namespace radius = subscriber::radius;
 using radius::CodePath;
 using radius::ContainerKind;
+using radius::DictionaryDocument;
+using radius::FileFault;
+using radius::StrayKey;
 using radius::ValueType;
+using radius::WrittenAttribute;
+using radius::WrittenBlock;
+using radius::WrittenKind;
+using radius::WrittenText;
+using radius::WrittenValue;
+using radius::WrittenVendor;
 
 constexpr std::array file_keys =
     std::to_array<std::string_view>({"includes", "vendor", "attributes", "$schema"});
@@ -47,70 +50,24 @@ constexpr std::array vendor_keys = std::to_array<std::string_view>({"id", "name"
 constexpr std::array attribute_keys = std::to_array<std::string_view>(
     {"code", "type", "encrypt", "has_tag", "optional_tag", "concat", "values"});
 
-/// Every type name with a meaning of its own, and those that are written for plain bytes.
-constexpr std::array type_names = std::to_array<std::string_view>(
-    {"text",       "integer",  "enum",       "time",     "signed", "integer64", "short",  "byte",
-     "ipv4addr",   "ipv6addr", "ipv4prefix", "combo-ip", "ether",  "ifid",      "string", "octets",
-     "ipv6prefix", "concat",   "vsa",        "tlv",      "evs",    "extended",  "struct", "long-extended"});
-
 std::string quoted(std::string_view text) {
-    return "\"" + std::string(text) + "\"";
+    return "\"" + shortened(text) + "\"";
 }
 
-bool is_all_digits(std::string_view text) {
-    return !text.empty() && std::all_of(text.begin(), text.end(), utils::is_digit);
+std::string code_text(const CodePath& code) {
+    return shortened(radius::radius_code_path_to_string(code));
 }
 
-/// Whether a text that the loader has read as a number says more than the 32 bits that it kept.
-bool exceeds_32_bits(const YAML::Node& node, std::uint32_t kept) {
-    const std::string text = utils::trim(text_of(node).value_or(""));
-    std::string_view digits = text;
-    if (digits.size() >= 2 && (digits.front() == '"' || digits.front() == '\'')) {
-        digits = digits.substr(1, digits.size() - 2);
+std::vector<std::string_view> type_names() {
+    std::vector<std::string_view> names;
+    for (const radius::TypeRow& row : radius::type_rows()) {
+        names.push_back(row.name);
     }
-    int base = 10;
-    if (digits.starts_with("0x") || digits.starts_with("0X")) {
-        digits.remove_prefix(2);
-        base = 16;
-    }
-    std::uint64_t number = 0;
-    const auto [end, status] = std::from_chars(digits.data(), digits.data() + digits.size(), number, base);
-    return status != std::errc{} || number != kept;
+    return names;
 }
 
 bool is_bytes(ValueType type) {
     return type == ValueType::Text || type == ValueType::Octets;
-}
-
-bool is_container(std::string_view type) {
-    return radius::classify_container_kind(type) != ContainerKind::None;
-}
-
-/// The largest number that a value of the type has room for.
-std::uint32_t largest_value(std::string_view type, bool has_tag) {
-    switch (radius::classify_value_type(type)) {
-        case ValueType::Byte:
-            return std::numeric_limits<std::uint8_t>::max();
-        case ValueType::Short:
-            return std::numeric_limits<std::uint16_t>::max();
-        case ValueType::Integer:
-            return has_tag ? max_tagged_number : std::numeric_limits<std::uint32_t>::max();
-        default:
-            return std::numeric_limits<std::uint32_t>::max();
-    }
-}
-
-/// Whether what stops the loader is among the errors that were found in these files. The loader's text begins
-/// with the name of the file.
-bool is_known_failure(std::string_view text, const std::set<std::string>& faulty_files) {
-    if (std::any_of(faulty_files.begin(), faulty_files.end(),
-                    [text](const std::string& file) { return text.starts_with(file + ": "); })) {
-        return true;
-    }
-    // A file that cannot be opened was reported where it is included.
-    const std::size_t end = text.find(": cannot load: ");
-    return !faulty_files.empty() && end != std::string_view::npos &&
-           !open_failure(std::string(text.substr(0, end))).empty();
 }
 
 class Checker {
@@ -118,86 +75,110 @@ class Checker {
     CheckResult check(const std::string& path);
 
   private:
+    /// A line of a file of `files_`.
+    struct Where {
+        std::size_t file = 0;
+        std::uint32_t line = 0;
+    };
     /// A definition as the loader stores it.
     struct Definition {
         std::string name;
         CodePath code;
-        std::string type;
-        Place place;
+        std::string type = "string";
+        Where where;
+        ValueType value_type = ValueType::Octets;
+        ContainerKind kind = ContainerKind::None;
+
+        std::string shown() const { return shortened(name); }
     };
     struct Value {
         std::uint32_t number = 0;
-        Place place;
+        Where where;
     };
     struct Vendor {
         radius::VendorInfo info;
-        Place place;
+        Where where;
     };
     template <typename Entry>
     using NameIndex =
-        std::unordered_map<std::string, Entry, utils::CaseInsensitiveHash, utils::CaseInsensitiveEqual>;
+        std::unordered_map<std::string, Entry, utils::SeededCaseInsensitiveHash, utils::CaseInsensitiveEqual>;
 
-    void report(std::uint32_t line, Severity severity, std::string text) {
-        problems_.push_back({file_, line, severity, std::move(text)});
+    void report(Where where, Severity severity, std::string text) {
+        problems_.push_back({files_[where.file], where.line, severity, std::move(text)});
     }
-    void error(const YAML::Node& node, std::string text) {
-        report(line_of(node), Severity::Error, std::move(text));
+    void error(std::uint32_t line, std::string text) {
+        report({files_.size() - 1, line}, Severity::Error, std::move(text));
     }
-    void warn(const YAML::Node& node, std::string text) {
-        report(line_of(node), Severity::Warning, std::move(text));
+    void warn(std::uint32_t line, std::string text) {
+        report({files_.size() - 1, line}, Severity::Warning, std::move(text));
     }
-    Place place_of(const YAML::Node& node) const { return {file_, line_of(node)}; }
+    Where here(std::uint32_t line) const { return {files_.size() - 1, line}; }
+    std::string place_of(Where where) const { return place_text({files_[where.file], where.line}); }
 
-    void check_file(const YAML::Node& root);
-    void check_keys(const YAML::Node& map, std::span<const std::string_view> known, const std::string& where);
-    std::optional<Field> find_map(const YAML::Node& parent, const std::string& key);
-    std::optional<std::uint32_t> check_number(const Field& field, const std::string& what);
-    bool check_flag(const YAML::Node& definition, const std::string& key, const std::string& attribute);
+    void report_fault(const FileFault& fault);
+    void check_file(const DictionaryDocument& document);
+    void report_stray_keys(const DictionaryDocument& document, std::uint32_t owner,
+                           std::span<const std::string_view> known, const std::string& where);
+    bool is_map(const WrittenBlock& block, const char* key);
+    std::optional<std::uint32_t> check_number(const WrittenText& number, const std::string& what);
+    bool check_flag(const WrittenText& flag, const std::string& key, const Definition& attribute);
 
-    void check_vendor(const Field& block);
-    std::optional<radius::VendorInfo> read_vendor(const Field& block);
-    void check_attribute(const Field& attribute);
-    std::optional<CodePath> check_code(const Field& field, const std::string& attribute);
-    std::string check_type(const YAML::Node& definition, const std::string& attribute);
-    void check_code_place(const YAML::Node& key, const Definition& definition);
-    void check_encrypt(const YAML::Node& definition, const Definition& attribute);
-    void check_joining(const YAML::Node& definition, const Definition& attribute);
-    void check_values(const Field& values, const Definition& attribute, bool has_tag);
-    void check_value(const Field& field, const Definition& attribute, bool has_tag);
-    void remember(const YAML::Node& key, const Definition& definition);
+    void check_vendor(const DictionaryDocument& document);
+    std::optional<radius::VendorInfo> read_vendor(const WrittenVendor& block);
+    void check_attribute(const DictionaryDocument& document, const WrittenAttribute& attribute,
+                         std::uint32_t position);
+    void check_code(const WrittenText& code, Definition& definition);
+    void check_code_place(std::uint32_t line, const Definition& definition);
+    void check_type(const WrittenText& type, Definition& definition);
+    void check_encrypt(const WrittenText& encrypt, const Definition& attribute);
+    void check_joining(const DictionaryDocument& document, const WrittenAttribute& written,
+                       const Definition& attribute);
+    void check_value(const WrittenValue& written, const Definition& attribute, bool has_tag,
+                     NameIndex<Value>& earlier_values);
+    void remember(Definition definition);
 
     void check_code_ranges();
     void check_nesting();
-    void add_what_the_loader_says(const std::string& path);
-    void sort_problems(const std::vector<DictionaryFile>& files);
+    void apply(const DictionaryDocument& document);
+    void add_what_the_loader_says();
+    void sort_problems();
 
     Problems problems_;
-    std::string file_;                               ///< the file at hand
-    std::optional<radius::VendorInfo> file_vendor_;  ///< its vendor block
-    std::vector<Definition> definitions_;            ///< all that have a code, in order of loading
-    NameIndex<Definition> by_name_;
-    std::map<CodePath, Definition> by_code_;
+    std::string root_;                      ///< as given
+    std::deque<std::string> files_;         ///< canonical paths in the order of loading, the last at hand
+    std::size_t problems_before_file_ = 0;  ///< how many there were before the file at hand
+    std::optional<radius::VendorInfo> file_vendor_;  ///< the vendor block of the file at hand
+    std::deque<Definition> definitions_;             ///< all, in order of loading
+    NameIndex<std::size_t> by_name_;                 ///< positions in `definitions_`
+    std::map<CodePath, std::size_t> by_code_;        ///< positions in `definitions_`
     NameIndex<NameIndex<Value>> values_;
     std::map<std::uint32_t, Vendor> vendors_by_id_;
     NameIndex<Vendor> vendors_by_name_;
+    radius::RadiusDictionary dictionary_;  ///< what the loader makes of it
+    Problems told_by_the_loader_;
     /// Files and lines of attributes of which something was reported, on whatever line of theirs.
     std::set<std::pair<std::string, std::uint32_t>> known_places_;
 };
 
 CheckResult Checker::check(const std::string& path) {
-    const std::vector<DictionaryFile> files = read_dictionary_files(path, problems_);
-    for (const DictionaryFile& file : files) {
-        file_ = file.path;
+    root_ = path;
+    radius::DictionaryFiles files(
+        path, [this](const FileFault& fault) { report_fault(fault); },
+        radius::DictionaryFiles::LaterDocuments::Told);
+    while (const DictionaryDocument* const document = files.next()) {
+        files_.push_back(document->file);
+        problems_before_file_ = problems_.size();
         file_vendor_.reset();
-        check_file(file.root);
+        check_file(*document);
+        apply(*document);
     }
     check_code_ranges();
     check_nesting();
-    add_what_the_loader_says(path);
-    sort_problems(files);
+    add_what_the_loader_says();
+    sort_problems();
 
     CheckResult result;
-    result.counts = {files.size(), vendors_by_id_.size(), by_name_.size(), 0};
+    result.counts = {files_.size(), vendors_by_id_.size(), by_name_.size(), 0};
     for (const auto& [attribute, values] : values_) {
         result.counts.values += values.size();
     }
@@ -205,376 +186,365 @@ CheckResult Checker::check(const std::string& path) {
     return result;
 }
 
-void Checker::check_file(const YAML::Node& root) {
-    check_keys(root, file_keys, "the file");
-    if (const auto vendor = find_map(root, "vendor")) {
-        check_vendor(*vendor);
+void Checker::report_fault(const FileFault& fault) {
+    if (fault.kind != FileFault::Kind::Unreadable) {
+        const bool is_warning = fault.kind > FileFault::Kind::NullInclude;
+        problems_.push_back(
+            {fault.file, fault.line, is_warning ? Severity::Warning : Severity::Error, fault.problem});
+    } else if (fault.includer.empty()) {
+        throw FileError(root_ + ": " + fault.problem);
+    } else {
+        problems_.push_back({fault.includer, fault.include_line, Severity::Error,
+                             "cannot load " + fault.include + ": " + fault.problem});
     }
-    if (const auto attributes = find_map(root, "attributes")) {
-        for (const auto& entry : attributes->value) {
+}
+
+void Checker::check_file(const DictionaryDocument& document) {
+    report_stray_keys(document, StrayKey::file, file_keys, "the file");
+    if (is_map(document.vendor, "vendor")) {
+        check_vendor(document);
+    }
+    if (is_map(document.attribute_block, "attributes")) {
+        for (std::uint32_t i = 0; i < document.attributes.size(); ++i) {
             const std::size_t before = problems_.size();
-            check_attribute({entry.first, entry.second});
+            check_attribute(document, document.attributes[i], i);
             if (problems_.size() > before) {
-                known_places_.emplace(file_, line_of(entry.first));
+                known_places_.emplace(document.file, document.attributes[i].key_line);
             }
         }
     }
 }
 
 /// Unknown keys, and keys given twice, of which the first holds.
-void Checker::check_keys(const YAML::Node& map, std::span<const std::string_view> known,
-                         const std::string& where) {
-    std::set<std::string> seen;
-    for (const auto& entry : map) {
-        const auto key = text_of(entry.first);
-        if (!key) {
-            warn(entry.first, "a key of " + where + " is not a text");
-        } else if (std::find(known.begin(), known.end(), *key) == known.end()) {
-            warn(entry.first,
-                 "unknown key " + quoted(*key) + " of " + where + utils::suggestion(*key, known));
-        } else if (!seen.insert(*key).second) {
-            warn(entry.first, quoted(*key) + " of " + where + " is given twice; the first one holds");
+void Checker::report_stray_keys(const DictionaryDocument& document, std::uint32_t owner,
+                                std::span<const std::string_view> known, const std::string& where) {
+    const auto rank = [](std::uint32_t of) {
+        return of == StrayKey::file ? 0 : of == StrayKey::vendor ? 1 : 2;
+    };
+    auto key = std::lower_bound(document.stray_keys.begin(), document.stray_keys.end(), owner,
+                                [&](const StrayKey& stray, std::uint32_t wanted) {
+                                    return std::pair(rank(stray.owner), stray.owner) <
+                                           std::pair(rank(wanted), wanted);
+                                });
+    for (; key != document.stray_keys.end() && key->owner == owner; ++key) {
+        switch (key->reason) {
+            case StrayKey::Reason::NoText:
+                warn(key->line, "a key of " + where + " is not a text");
+                break;
+            case StrayKey::Reason::Unknown:
+                warn(key->line, "unknown key " + quoted(key->text) + " of " + where +
+                                    utils::suggestion(key->text, known));
+                break;
+            case StrayKey::Reason::Repeated:
+                warn(key->line, quoted(key->text) + " of " + where + " is given twice; the first one holds");
+                break;
         }
     }
 }
 
-/// The map under a key; nothing when it is absent or null, or when it is no map, which is reported.
-std::optional<Field> Checker::find_map(const YAML::Node& parent, const std::string& key) {
-    auto field = find_field(parent, key);
-    if (!field || field->value.IsNull()) {
-        return std::nullopt;
+/// Whether the block is a map; nothing else than a null may be in its place.
+bool Checker::is_map(const WrittenBlock& block, const char* key) {
+    if (block.is_present() && block.kind != WrittenKind::Map) {
+        error(block.key_line, std::string("'") + key + "' must be a map");
     }
-    if (!field->value.IsMap()) {
-        error(field->key, "'" + key + "' must be a map");
-        return std::nullopt;
-    }
-    return field;
+    return block.kind == WrittenKind::Map;
 }
 
-std::optional<std::uint32_t> Checker::check_number(const Field& field, const std::string& what) {
-    const auto text = text_of(field.value);
-    std::uint32_t number = 0;
-    try {
-        number = radius::node_to_u32(field.value);
-    } catch (const std::exception&) {
-        error(field.key, what + " must be an unsigned integer" + (text ? ", not " + quoted(*text) : ""));
+std::optional<std::uint32_t> Checker::check_number(const WrittenText& number, const std::string& what) {
+    const auto read = number.is_text() ? radius::read_file_number(number.text) : std::nullopt;
+    if (!read) {
+        error(number.key_line, what + " must be an unsigned integer" +
+                                   (number.is_text() ? ", not " + quoted(number.text) : ""));
         return std::nullopt;
     }
-    if (exceeds_32_bits(field.value, number)) {
-        warn(field.key, what + " is out of range: " + *text + " is read as " + std::to_string(number));
+    if (read->is_cut) {
+        warn(number.key_line, what + " is out of range: " + shortened(number.text) + " is read as " +
+                                  std::to_string(read->low_bits));
     }
-    return number;
+    return read->low_bits;
 }
 
-bool Checker::check_flag(const YAML::Node& definition, const std::string& key, const std::string& attribute) {
-    const auto field = find_field(definition, key);
-    bool flag = false;
-    if (field && !YAML::convert<bool>::decode(field->value, flag)) {
-        const auto text = text_of(field->value);
-        error(field->key, "'" + key + "' of " + attribute + " must be true or false" +
-                              (text ? ", not " + quoted(*text) : ""));
+bool Checker::check_flag(const WrittenText& flag, const std::string& key, const Definition& attribute) {
+    const std::optional<bool> read = radius::read_flag(flag);
+    if (flag.is_given() && !read) {
+        error(flag.key_line, "'" + key + "' of " + attribute.shown() + " must be true or false" +
+                                 (flag.is_text() ? ", not " + quoted(flag.text) : ""));
     }
-    return flag;
+    return read.value_or(false);
 }
 
-void Checker::check_vendor(const Field& block) {
-    const auto vendor = read_vendor(block);
+void Checker::check_vendor(const DictionaryDocument& document) {
+    report_stray_keys(document, StrayKey::vendor, vendor_keys, "the vendor");
+    const std::uint32_t line = document.vendor.key_line;
+    const auto vendor = read_vendor(document.vendor);
     if (!vendor) {
         return;
     }
     file_vendor_ = vendor;
-    const Vendor found{*vendor, place_of(block.key)};
+    const Vendor found{*vendor, here(line)};
+    const std::string name = shortened(vendor->name);
     if (const auto [known, is_new] = vendors_by_id_.emplace(vendor->id, found); !is_new) {
         const radius::VendorInfo& earlier = known->second.info;
         const bool same_format = std::tie(earlier.type_size, earlier.length_size, earlier.continuation) ==
                                  std::tie(vendor->type_size, vendor->length_size, vendor->continuation);
         if (!utils::CaseInsensitiveEqual{}(earlier.name, vendor->name)) {
-            warn(block.key, "vendor " + std::to_string(vendor->id) + " is named " + quoted(vendor->name) +
-                                " here and " + quoted(earlier.name) + " at " +
-                                place_text(known->second.place));
+            warn(line, "vendor " + std::to_string(vendor->id) + " is named " + quoted(vendor->name) +
+                           " here and " + quoted(earlier.name) + " at " + place_of(known->second.where));
         } else if (!same_format) {
-            warn(block.key, "vendor " + vendor->name + " has the format " + quoted(vendor->format) +
-                                " here and " + quoted(earlier.format) + " at " +
-                                place_text(known->second.place));
+            warn(line, "vendor " + name + " has the format " + quoted(vendor->format) + " here and " +
+                           quoted(earlier.format) + " at " + place_of(known->second.where));
         }
         known->second = found;
     }
     if (const auto [known, is_new] = vendors_by_name_.emplace(vendor->name, found); !is_new) {
         if (known->second.info.id != vendor->id && !vendor->name.empty()) {
-            warn(block.key, "vendor " + vendor->name + " has the number " + std::to_string(vendor->id) +
-                                " here and " + std::to_string(known->second.info.id) + " at " +
-                                place_text(known->second.place));
+            warn(line, "vendor " + name + " has the number " + std::to_string(vendor->id) + " here and " +
+                           std::to_string(known->second.info.id) + " at " + place_of(known->second.where));
         }
         known->second = found;
     }
 }
 
-std::optional<radius::VendorInfo> Checker::read_vendor(const Field& block) {
-    check_keys(block.value, vendor_keys, "the vendor");
+std::optional<radius::VendorInfo> Checker::read_vendor(const WrittenVendor& block) {
     radius::VendorInfo vendor;
-    if (const auto name = find_field(block.value, "name"); !name) {
-        warn(block.key, "the vendor has no 'name'");
-    } else if (const auto text = text_of(name->value)) {
-        vendor.name = *text;
+    if (!block.name.is_given()) {
+        warn(block.key_line, "the vendor has no 'name'");
+    } else if (block.name.is_text()) {
+        vendor.name = block.name.text;
     } else {
-        error(name->key, "'name' of the vendor must be a text");
+        error(block.name.key_line, "'name' of the vendor must be a text");
     }
-    if (const auto format = find_field(block.value, "format")) {
+    if (block.format.is_given()) {
         std::string reason;
-        if (const auto text = text_of(format->value); !text) {
-            error(format->key, "'format' of the vendor must be a text such as \"1,1\"");
-        } else if (!radius::parse_vendor_format(*text, vendor.type_size, vendor.length_size,
+        if (!block.format.is_text()) {
+            error(block.format.key_line, "'format' of the vendor must be a text such as \"1,1\"");
+        } else if (!radius::parse_vendor_format(block.format.text, vendor.type_size, vendor.length_size,
                                                 vendor.continuation, reason)) {
-            error(format->key, reason);
+            error(block.format.key_line, reason);
         } else {
-            vendor.format = *text;
+            vendor.format = block.format.text;
         }
     }
-    const auto id = find_field(block.value, "id");
-    if (!id) {
-        error(block.key, "the vendor has no 'id'");
+    if (!block.id.is_given()) {
+        error(block.key_line, "the vendor has no 'id'");
         return std::nullopt;
     }
-    const auto number = check_number(*id, "'id' of the vendor");
+    const auto number = check_number(block.id, "'id' of the vendor");
     vendor.id = number.value_or(0);
     return number ? std::optional(vendor) : std::nullopt;
 }
 
-void Checker::check_attribute(const Field& attribute) {
-    const auto name = text_of(attribute.key);
-    if (!name) {
-        error(attribute.key, "an attribute's name must be a text");
+void Checker::check_attribute(const DictionaryDocument& document, const WrittenAttribute& attribute,
+                              std::uint32_t position) {
+    const std::uint32_t line = attribute.key_line;
+    if (!attribute.name.is_text()) {
+        error(line, "an attribute's name must be a text");
         return;
     }
-    if (tools::has_control_character(*name)) {
-        error(attribute.key, "the name " + quoted(*name) + " has a control character");
+    Definition definition;
+    definition.name = attribute.name.text;
+    definition.where = here(line);
+    const std::string name = definition.shown();
+    if (tools::has_control_character(definition.name)) {
+        error(line, "the name " + quoted(definition.name) + " has a control character");
     }
-    if (attribute.value.IsNull()) {
-        warn(attribute.key, *name + " has no definition");
+    if (attribute.kind == WrittenKind::Null) {
+        warn(line, name + " has no definition");
         return;
     }
-    if (!attribute.value.IsMap()) {
-        error(attribute.key, "the definition of " + *name + " must be a map");
+    if (attribute.kind != WrittenKind::Map) {
+        error(line, "the definition of " + name + " must be a map");
         return;
     }
-    const YAML::Node& node = attribute.value;
-    check_keys(node, attribute_keys, *name);
-
-    Definition definition{*name, {}, check_type(node, *name), place_of(attribute.key)};
-    if (const auto code = find_field(node, "code"); !code) {
-        warn(attribute.key, *name + " has no 'code'");
-    } else if (const auto path = check_code(*code, *name)) {
-        definition.code = *path;
-        check_code_place(code->key, definition);
+    report_stray_keys(document, position, attribute_keys, name);
+    check_type(attribute.type, definition);
+    if (!attribute.code.is_given()) {
+        warn(line, name + " has no 'code'");
+    } else {
+        check_code(attribute.code, definition);
     }
-    check_encrypt(node, definition);
-    check_joining(node, definition);
-    remember(attribute.key, definition);
+    check_encrypt(attribute.encrypt, definition);
+    check_joining(document, attribute, definition);
+    remember(std::move(definition));
 }
 
-std::optional<CodePath> Checker::check_code(const Field& field, const std::string& attribute) {
-    const auto text = text_of(field.value);
-    if (!text) {
-        error(field.key, "'code' of " + attribute + " must be a text such as \"26.9.1\"");
-        return std::nullopt;
+void Checker::check_code(const WrittenText& code, Definition& definition) {
+    const std::string subject = "'code' of " + definition.shown();
+    if (!code.is_text()) {
+        error(code.key_line, subject + " must be a text such as \"26.9.1\"");
+        return;
     }
-    CodePath path;
-    bool is_cut = false;
-    for (const std::string& element : utils::split(*text, '.')) {
-        const std::string number = utils::trim(element);
-        const bool is_negative = number.starts_with('-');
-        std::string_view digits = number;
-        digits.remove_prefix(is_negative || number.starts_with('+') ? 1 : 0);
-        if (!is_all_digits(digits)) {
-            error(field.key, "'code' of " + attribute + " is no valid code path: " + quoted(*text));
-            return std::nullopt;
-        }
-        // Like the loader: the low 32 bits are kept, and those of a negative number are its complement.
-        std::uint64_t code = 0;
-        const auto [end, status] = std::from_chars(digits.data(), digits.data() + digits.size(), code);
-        if (status != std::errc{}) {
-            error(field.key, "'code' of " + attribute + " is out of range: " + quoted(*text));
-            return std::nullopt;
-        }
-        if (is_negative && code != 0) {
-            code = std::numeric_limits<std::uint64_t>::max() - code + 1;
-            is_cut = true;
-        }
-        path.push_back(static_cast<std::uint32_t>(code));
-        is_cut = is_cut || code > std::numeric_limits<std::uint32_t>::max();
+    radius::WrittenCode read = radius::read_code_path(code.text);
+    if (read.fault != radius::CodeFault::None) {
+        const bool is_too_large = read.fault == radius::CodeFault::OutOfRange;
+        error(code.key_line, subject + (is_too_large ? " is out of range: " : " is no valid code path: ") +
+                                 quoted(code.text));
+        return;
     }
-    if (is_cut) {
-        warn(field.key, "'code' of " + attribute + " is out of range: " + quoted(*text) + " is read as " +
-                            radius::radius_code_path_to_string(path));
+    definition.code = std::move(read.path);
+    if (read.is_cut) {
+        warn(code.key_line, subject + " is out of range: " + quoted(code.text) + " is read as " +
+                                code_text(definition.code));
     }
-    return path;
+    check_code_place(code.key_line, definition);
 }
 
 /// Attributes of a file with a vendor block belong into the vendor's space, of which there are seven: one in
 /// Vendor-Specific and one in each of the extended attributes.
-void Checker::check_code_place(const YAML::Node& key, const Definition& definition) {
-    if (!file_vendor_) {
-        return;
-    }
-    const CodePath& code = definition.code;
-    const std::uint32_t id = file_vendor_->id;
-    const bool plain = code.size() >= 2 && code[0] == radius::VSA_TYPE && code[1] == id;
-    const bool extended =
-        code.size() >= 3 && radius::is_extended_type(code[0]) && code[1] == radius::VSA_TYPE && code[2] == id;
-    if (!plain && !extended) {
-        warn(key, definition.name + " at " + radius::radius_code_path_to_string(code) +
-                      " is outside of its vendor's 26." + std::to_string(id));
+void Checker::check_code_place(std::uint32_t line, const Definition& definition) {
+    if (file_vendor_ && radius::shape_of(definition.code).vendor(definition.code) != file_vendor_->id) {
+        warn(line, definition.shown() + " at " + code_text(definition.code) +
+                       " is outside of its vendor's 26." + std::to_string(file_vendor_->id));
     }
 }
 
-std::string Checker::check_type(const YAML::Node& definition, const std::string& attribute) {
-    const auto field = find_field(definition, "type");
-    if (!field) {
-        return "string";
+void Checker::check_type(const WrittenText& type, Definition& definition) {
+    if (type.is_given() && !type.is_text()) {
+        error(type.key_line, "'type' of " + definition.shown() + " must be a text");
+    } else if (type.is_given()) {
+        definition.type = type.text;
     }
-    const auto type = text_of(field->value);
-    if (!type) {
-        error(field->key, "'type' of " + attribute + " must be a text");
-        return "string";
+    if (const radius::TypeRow* const row = radius::find_type(definition.type)) {
+        definition.value_type = row->value_type;
+        definition.kind = row->kind;
+    } else {
+        warn(type.key_line, "unknown type " + quoted(definition.type) + " of " + definition.shown() +
+                                ", which is read as octets" +
+                                utils::suggestion(definition.type, type_names()));
     }
-    const auto is_type = [&type](std::string_view known) {
-        return utils::CaseInsensitiveEqual{}(known, *type);
-    };
-    if (std::none_of(type_names.begin(), type_names.end(), is_type)) {
-        warn(field->key, "unknown type " + quoted(*type) + " of " + attribute + ", which is read as octets" +
-                             utils::suggestion(*type, type_names));
-    }
-    return *type;
 }
 
-void Checker::check_encrypt(const YAML::Node& definition, const Definition& attribute) {
-    const auto field = find_field(definition, "encrypt");
-    const auto method = field ? check_number(*field, "'encrypt' of " + attribute.name) : std::nullopt;
+void Checker::check_encrypt(const WrittenText& encrypt, const Definition& attribute) {
+    const auto method =
+        encrypt.is_given() ? check_number(encrypt, "'encrypt' of " + attribute.shown()) : std::nullopt;
     if (!method || *method == 0) {
         return;
     }
-    const std::string senseless =
-        "'encrypt' makes no sense for " + attribute.name + ", which is of type " + attribute.type;
+    const std::string senseless = "'encrypt' makes no sense for " + attribute.shown() +
+                                  ", which is of type " + shortened(attribute.type);
     if (!radius::is_hidden(*method)) {
-        warn(field->key, "'encrypt' " + std::to_string(*method) + " of " + attribute.name +
-                             " hides nothing: there are the methods " +
-                             std::to_string(radius::hidden_as_user_password) + " and " +
-                             std::to_string(radius::hidden_as_tunnel_password));
-    } else if (is_container(attribute.type)) {
-        warn(field->key, senseless + " and holds other attributes");
-    } else if (!is_bytes(radius::classify_value_type(attribute.type))) {
-        warn(field->key, senseless + ": what is hidden is listed truthfully as text or octets only");
+        warn(encrypt.key_line, "'encrypt' " + std::to_string(*method) + " of " + attribute.shown() +
+                                   " hides nothing: there are the methods " +
+                                   std::to_string(radius::hidden_as_user_password) + " and " +
+                                   std::to_string(radius::hidden_as_tunnel_password));
+    } else if (attribute.kind != ContainerKind::None) {
+        warn(encrypt.key_line, senseless + " and holds other attributes");
+    } else if (!is_bytes(attribute.value_type)) {
+        warn(encrypt.key_line, senseless + ": what is hidden is listed truthfully as text or octets only");
     }
 }
 
 /// "has_tag" and "concat", which say how a value lies in its attributes, and the values, which depend on it.
-void Checker::check_joining(const YAML::Node& definition, const Definition& attribute) {
-    const ValueType type = radius::classify_value_type(attribute.type);
-    const bool holds_others = is_container(attribute.type);
+void Checker::check_joining(const DictionaryDocument& document, const WrittenAttribute& written,
+                            const Definition& attribute) {
+    const ValueType type = attribute.value_type;
+    const bool holds_others = attribute.kind != ContainerKind::None;
     const std::string senseless =
-        "' makes no sense for " + attribute.name + ", which is of type " + attribute.type;
+        "' makes no sense for " + attribute.shown() + ", which is of type " + shortened(attribute.type);
 
-    const bool has_tag = check_flag(definition, "has_tag", attribute.name);
+    const bool has_tag = check_flag(written.has_tag, "has_tag", attribute);
     if (has_tag && (holds_others || (!is_bytes(type) && type != ValueType::Integer))) {
-        warn(find_field(definition, "has_tag")->key,
+        warn(written.has_tag.key_line,
              "'has_tag" + senseless + ": only texts, octets and integers carry a tag");
     }
-    const bool optional_tag = check_flag(definition, "optional_tag", attribute.name);
+    const bool optional_tag = check_flag(written.optional_tag, "optional_tag", attribute);
     if (optional_tag && (holds_others || has_tag || type != ValueType::Text)) {
-        warn(find_field(definition, "optional_tag")->key,
-             has_tag ? "'optional_tag' of " + attribute.name + " is of no use beside 'has_tag'"
+        warn(written.optional_tag.key_line,
+             has_tag ? "'optional_tag' of " + attribute.shown() + " is of no use beside 'has_tag'"
                      : "'optional_tag" + senseless + ": only a text may or may not begin with a tag");
     }
-    const bool concat = check_flag(definition, "concat", attribute.name);
+    const bool concat = check_flag(written.concat, "concat", attribute);
     if (concat && (holds_others || !is_bytes(type))) {
-        warn(find_field(definition, "concat")->key,
-             "'concat" + senseless + ": only texts and octets are joined");
+        warn(written.concat.key_line, "'concat" + senseless + ": only texts and octets are joined");
     }
-    if (const auto values = find_map(definition, "values")) {
-        check_values(*values, attribute, has_tag);
-    }
-}
-
-void Checker::check_values(const Field& values, const Definition& attribute, bool has_tag) {
-    if (radius::classify_value_type(attribute.type) != ValueType::Integer) {
-        warn(values.key, "the values of " + attribute.name + " are never shown: its type is " +
-                             attribute.type + ", not enum");
-    }
-    for (const auto& entry : values.value) {
-        check_value({entry.first, entry.second}, attribute, has_tag);
-    }
-}
-
-void Checker::check_value(const Field& field, const Definition& attribute, bool has_tag) {
-    const YAML::Node& key = field.key;
-    const auto name = text_of(key);
-    if (!name) {
-        error(key, "the name of a value of " + attribute.name + " must be a text");
+    if (!is_map(written.values, "values")) {
         return;
     }
-    const std::string subject = "value " + quoted(*name) + " of " + attribute.name;
-    if (tools::has_control_character(*name)) {
-        error(key, subject + " has a control character in its name");
+    if (type != ValueType::Integer) {
+        warn(written.values.key_line, "the values of " + attribute.shown() +
+                                          " are never shown: its type is " + shortened(attribute.type) +
+                                          ", not enum");
     }
-    const auto number = check_number(field, subject);
+    const std::span<const WrittenValue> values = document.values_of(written);
+    if (values.empty()) {
+        return;
+    }
+    NameIndex<Value>& earlier_values = values_[attribute.name];
+    for (const WrittenValue& value : values) {
+        check_value(value, attribute, has_tag, earlier_values);
+    }
+}
+
+void Checker::check_value(const WrittenValue& written, const Definition& attribute, bool has_tag,
+                          NameIndex<Value>& earlier_values) {
+    const std::uint32_t line = written.name.line;
+    if (!written.name.is_text()) {
+        error(line, "the name of a value of " + attribute.shown() + " must be a text");
+        return;
+    }
+    const std::string subject = "value " + quoted(written.name.text) + " of " + attribute.shown();
+    if (tools::has_control_character(written.name.text)) {
+        error(line, subject + " has a control character in its name");
+    }
+    const auto number = check_number(written.number, subject);
     if (!number) {
         return;
     }
-    if (const std::uint32_t most = largest_value(attribute.type, has_tag); *number > most) {
-        warn(key,
+    if (const std::uint32_t most = radius::largest_number_of(attribute.value_type, has_tag); *number > most) {
+        warn(line,
              subject + " is out of range: " + std::to_string(*number) + " is above " + std::to_string(most));
     }
     // Two names of one number are no problem: both can be written, and the last is the one that is listed.
-    const Value value{*number, place_of(key)};
-    if (const auto [known, is_new] = values_[attribute.name].emplace(*name, value); !is_new) {
-        const Value& earlier = known->second;
-        if (earlier.number != *number) {
-            warn(key, subject + " is defined again with the number " + std::to_string(*number) + "; it had " +
-                          std::to_string(earlier.number) + " at " + place_text(earlier.place));
-        } else if (earlier.place.file == file_) {
-            warn(key, subject + " is defined again; it was at " + place_text(earlier.place));
-        }
-        known->second = value;
+    const Value value{*number, here(line)};
+    const auto [known, is_new] = earlier_values.emplace(written.name.text, value);
+    if (is_new) {
+        return;
+    }
+    const Value earlier = std::exchange(known->second, value);
+    if (earlier.number != *number) {
+        warn(line, subject + " is defined again with the number " + std::to_string(*number) + "; it had " +
+                       std::to_string(earlier.number) + " at " + place_of(earlier.where));
+    } else if (earlier.where.file == value.where.file) {
+        warn(line, subject + " is defined again; it was at " + place_of(earlier.where));
     }
 }
 
-void Checker::remember(const YAML::Node& key, const Definition& definition) {
-    if (const auto [known, is_new] = by_name_.emplace(definition.name, definition); !is_new) {
-        const Definition& earlier = known->second;
+void Checker::remember(Definition found) {
+    const std::size_t position = definitions_.size();
+    const Definition& definition = definitions_.emplace_back(std::move(found));
+    const std::uint32_t line = definition.where.line;
+    if (const auto [known, is_new] = by_name_.emplace(definition.name, position); !is_new) {
+        const Definition& earlier = definitions_[std::exchange(known->second, position)];
         if (earlier.code != definition.code) {
-            warn(key, definition.name + " is defined again with code " +
-                          quoted(radius::radius_code_path_to_string(definition.code)) + "; it had " +
-                          quoted(radius::radius_code_path_to_string(earlier.code)) + " at " +
-                          place_text(earlier.place));
-        } else if (earlier.place.file == file_) {
-            warn(key, definition.name + " is defined again; it was at " + place_text(earlier.place));
+            warn(line, definition.shown() + " is defined again with code \"" + code_text(definition.code) +
+                           "\"; it had \"" + code_text(earlier.code) + "\" at " + place_of(earlier.where));
+        } else if (earlier.where.file == definition.where.file) {
+            warn(line, definition.shown() + " is defined again; it was at " + place_of(earlier.where));
         }
-        known->second = definition;
     }
     if (definition.code.empty()) {
         return;
     }
-    if (const auto [known, is_new] = by_code_.emplace(definition.code, definition); !is_new) {
-        const Definition& earlier = known->second;
+    if (const auto [known, is_new] = by_code_.emplace(definition.code, position); !is_new) {
+        const Definition& earlier = definitions_[std::exchange(known->second, position)];
         if (!utils::CaseInsensitiveEqual{}(earlier.name, definition.name)) {
-            warn(key, "code " + radius::radius_code_path_to_string(definition.code) +
-                          " is defined again as " + definition.name + "; it was " + earlier.name + " at " +
-                          place_text(earlier.place));
+            warn(line, "code " + code_text(definition.code) + " is defined again as " + definition.shown() +
+                           "; it was " + earlier.shown() + " at " + place_of(earlier.where));
         }
-        known->second = definition;
     }
-    definitions_.push_back(definition);
 }
 
 void Checker::check_code_ranges() {
     for (const Definition& definition : definitions_) {
         const CodePath& code = definition.code;
-        const auto vendor = code.size() > 1 ? vendors_by_id_.find(code[1]) : vendors_by_id_.end();
-        const std::size_t type_size = vendor == vendors_by_id_.end() ? 1 : vendor->second.info.type_size;
+        std::size_t type_size = 1;
+        if (const auto id = radius::shape_of(code).vendor(code)) {
+            const auto vendor = vendors_by_id_.find(*id);
+            type_size = vendor != vendors_by_id_.end() ? vendor->second.info.type_size : type_size;
+        }
         if (const std::string problem = code_path_problem(code, type_size); !problem.empty()) {
-            problems_.push_back({definition.place.file, definition.place.line, Severity::Warning,
-                                 "code " + radius::radius_code_path_to_string(code) + " of " +
-                                     definition.name + " does not fit: " + problem});
+            report(definition.where, Severity::Warning,
+                   "code " + code_text(code) + " of " + definition.shown() + " does not fit: " + problem);
         }
     }
 }
@@ -583,79 +553,71 @@ void Checker::check_code_ranges() {
 /// path that is nested at all.
 void Checker::check_nesting() {
     for (const Definition& definition : definitions_) {
-        const CodePath& code = definition.code;
-        const bool in_vendor = code[0] == radius::VSA_TYPE && code.size() <= 3;
-        const bool in_extended = radius::is_extended_type(code[0]) &&
-                                 (code.size() == 2 || (code.size() == 3 && code[1] == radius::VSA_TYPE));
-        if (code.size() == 1 || in_vendor) {
+        if (definition.code.size() < 2) {
             continue;
         }
-        const CodePath parent_code(code.begin(), code.end() - 1);
-        const auto parent = by_code_.find(parent_code);
-        std::string problem;
-        if (parent == by_code_.end()) {
-            // An extended attribute is known for what it is even where nothing defines it.
-            if (in_extended) {
-                continue;
-            }
-            problem = "is not defined";
-        } else if (!is_container(parent->second.type)) {
-            problem = "is " + parent->second.name + " of type " + parent->second.type +
-                      ", which cannot hold other attributes";
-        } else {
-            continue;
+        const CodePath parent_code(definition.code.begin(), definition.code.end() - 1);
+        const auto found = by_code_.find(parent_code);
+        const Definition* const parent = found == by_code_.end() ? nullptr : &definitions_[found->second];
+        const auto fault = radius::nesting_fault(
+            definition.code, parent != nullptr ? std::optional(parent->kind) : std::nullopt);
+        if (fault != radius::NestingFault::None) {
+            report(definition.where, Severity::Warning,
+                   "the parent " + code_text(parent_code) + " of " + definition.shown() +
+                       (fault == radius::NestingFault::NoParent
+                            ? " is not defined"
+                            : " is " + parent->shown() + " of type " + shortened(parent->type) +
+                                  ", which cannot hold other attributes"));
         }
-        problems_.push_back({definition.place.file, definition.place.line, Severity::Warning,
-                             "the parent " + radius::radius_code_path_to_string(parent_code) + " of " +
-                                 definition.name + " " + problem});
     }
 }
 
-/// The loader has the last word about what it takes: what it reports of a line about which nothing was found
-/// here is added in its own words.
-void Checker::add_what_the_loader_says(const std::string& path) {
-    std::set<std::string> faulty_files;
-    for (const Problem& problem : problems_) {
-        known_places_.emplace(problem.file, problem.line);
-        if (problem.severity == Severity::Error) {
-            faulty_files.insert(problem.file);
-        }
-    }
+/// The loader has the last word about what it takes: its own words are kept, to be added where nothing was
+/// found here.
+void Checker::apply(const DictionaryDocument& document) {
     const App::WarningHandler collect([&](std::string_view message, const App::Fields& fields) {
-        Problem problem{path, 1, Severity::Error, std::string(message)};
+        Problem problem{document.file, 1, Severity::Error, std::string(message)};
         for (const auto& [key, value] : fields) {
-            if (key == "file") {
-                problem.file = value;
-            } else if (key == "line") {
+            if (key == "line") {
                 std::from_chars(value.data(), value.data() + value.size(), problem.line);
             } else if (key == "attribute") {
-                problem.text = value + ": " + problem.text;
-            } else if (key == "parent_code") {
-                problem.severity = Severity::Warning;  // the attribute itself was stored
+                problem.text = shortened(value) + ": " + problem.text;
             }
         }
+        told_by_the_loader_.push_back(std::move(problem));
+    });
+    try {
+        dictionary_.apply(document);
+    } catch (const std::runtime_error& failure) {
+        const auto first = problems_.begin() + static_cast<std::ptrdiff_t>(problems_before_file_);
+        if (std::none_of(first, problems_.end(),
+                         [](const Problem& problem) { return problem.severity == Severity::Error; })) {
+            error(1, std::string(failure.what()).substr(document.file.size() + 2));
+        }
+    }
+}
+
+void Checker::add_what_the_loader_says() {
+    for (const Problem& problem : problems_) {
+        known_places_.emplace(problem.file, problem.line);
+    }
+    for (Problem& problem : told_by_the_loader_) {
         if (!known_places_.contains({problem.file, problem.line})) {
             problems_.push_back(std::move(problem));
         }
-    });
-    radius::RadiusDictionary dictionary;
-    try {
-        dictionary.load(path);
-    } catch (const std::exception& failure) {
-        if (!is_known_failure(failure.what(), faulty_files)) {
-            problems_.push_back({path, 1, Severity::Error, failure.what()});
-        }
     }
 }
 
-void Checker::sort_problems(const std::vector<DictionaryFile>& files) {
-    std::map<std::string, std::size_t> position;
-    for (const DictionaryFile& file : files) {
-        position.emplace(file.path, position.size());
+/// File by file in the order of loading, those that could not be read in front.
+void Checker::sort_problems() {
+    std::map<std::string_view, std::size_t> position;
+    for (const std::string& file : files_) {
+        position.emplace(file, position.size() + 1);
     }
     const auto rank = [&position](const Problem& problem) {
         const auto file = position.find(problem.file);
-        return std::tuple(file == position.end() ? 0 : file->second + 1, problem.file, problem.line);
+        return std::tuple(file == position.end() ? 0 : file->second, std::string_view(problem.file),
+                          problem.line);
     };
     std::stable_sort(problems_.begin(), problems_.end(),
                      [&rank](const Problem& a, const Problem& b) { return rank(a) < rank(b); });

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "quarn/radius/wire_format.h"
+#include "quarn/radius/path_shape.h"
 
 namespace quarn::quarn_radius {
 
@@ -25,22 +25,17 @@ std::string code_path_problem(const radius::CodePath& code, std::size_t vendor_t
     if (code[0] == 0 || code[0] > one_byte) {
         return "attribute type " + std::to_string(code[0]) + " is not within 1 to 255";
     }
-    std::size_t nested_from = 1;
-    if (code[0] == radius::VSA_TYPE && code.size() > 1) {
-        if (code.size() == 2) {
-            return "a vendor's attribute needs a number after the vendor's";
-        }
-        const std::uint64_t most = (std::uint64_t{1} << (8 * vendor_type_size)) - 1;
-        if (code[2] > most) {
-            return too_large("vendor type", code[2], most);
-        }
-        nested_from = 3;
-    } else if (radius::is_extended_type(code[0]) && code.size() > 2 && code[1] == radius::VSA_TYPE) {
-        nested_from = 3;  // after the vendor's number, which fills its 4 bytes
+    const radius::PathShape shape = radius::shape_of(code);
+    const bool in_vendor = shape.space == radius::PathShape::Space::Vendor;
+    if (in_vendor && shape.ends_with_vendor(code)) {
+        return "a vendor's attribute needs a number after the vendor's";
     }
-    for (std::size_t i = nested_from; i < code.size(); ++i) {
-        if (code[i] > one_byte) {
-            return too_large("type", code[i], one_byte);
+    for (std::size_t i = 1; i < code.size(); ++i) {
+        const bool is_vendor_type = in_vendor && i == shape.vendor_at + 1;
+        const std::uint64_t most =
+            is_vendor_type ? (std::uint64_t{1} << (8 * vendor_type_size)) - 1 : one_byte;
+        if (i != shape.vendor_at && code[i] > most) {  // a vendor's number fills its 4 bytes
+            return too_large(is_vendor_type ? "vendor type" : "type", code[i], most);
         }
     }
     return {};

@@ -1,28 +1,26 @@
 #include "quarn_radius/dictionary/importer.h"
 
 #include <algorithm>
-#include <array>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <optional>
 #include <set>
 #include <string_view>
 #include <system_error>
 #include <tuple>
+#include <unordered_map>
 #include <utility>
 
 #include "common/control_characters.h"
 #include "common/json_object.h"
 #include "quarn/radius/hiding.h"
+#include "quarn/radius/path_shape.h"
 #include "quarn/radius/value_type.h"
-#include "quarn/radius/wire_format.h"
 #include "quarn/utils/ascii.h"
 #include "quarn/utils/case_insensitive.h"
 #include "quarn/utils/text.h"
+#include "quarn/utils/whole_file.h"
 #include "quarn_radius/dictionary/code_path_limits.h"
 #include "quarn_radius/dictionary/file_set.h"
-#include "quarn_radius/dictionary/value_limits.h"
 
 namespace quarn::quarn_radius {
 
@@ -55,35 +53,16 @@ std::optional<NameFault> fault_of_name(std::string_view name) {
     return std::nullopt;
 }
 
-/// The source's type names, older and newer ones, and this system's.
-constexpr std::array type_names = std::to_array<std::pair<std::string_view, std::string_view>>({
-    {"string", "text"},
-    {"octets", "octets"},
-    {"ipaddr", "ipv4addr"},
-    {"ipv4addr", "ipv4addr"},
-    {"ipv4prefix", "ipv4prefix"},
-    {"ipv6addr", "ipv6addr"},
-    {"ipv6prefix", "ipv6prefix"},
-    {"combo-ip", "combo-ip"},
-    {"date", "time"},
-    {"integer", "integer"},
-    {"uint32", "integer"},
-    {"integer64", "integer64"},
-    {"uint64", "integer64"},
-    {"short", "short"},
-    {"uint16", "short"},
-    {"byte", "byte"},
-    {"uint8", "byte"},
-    {"signed", "signed"},
-    {"int32", "signed"},
-    {"ether", "ether"},
-    {"ifid", "ifid"},
-    {"tlv", "tlv"},
-    {"vsa", "vsa"},
-    {"extended", "extended"},
-    {"long-extended", "long-extended"},
-    {"evs", "evs"},
-});
+/// This system's type of a name that the source has, older and newer ones; null for a name without one.
+const radius::TypeRow* find_foreign_type(std::string_view name) {
+    for (const radius::TypeRow& row : radius::type_rows()) {
+        if (!name.empty() &&
+            std::find(row.foreign_names.begin(), row.foreign_names.end(), name) != row.foreign_names.end()) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
 
 bool is_bytes(std::string_view type) {
     return type == "text" || type == "octets";
@@ -108,6 +87,10 @@ class Converter {
     struct Converted {
         AttributeEntry entry;
         std::optional<std::uint32_t> vendor;
+        std::vector<bool> gave_way = {};  ///< of each of its values: whether a later one has its name
+        std::unordered_map<std::string, std::size_t, utils::SeededCaseInsensitiveHash,
+                           utils::CaseInsensitiveEqual>
+            value_by_name = {};  ///< the last value of each name
     };
 
     void report(const Place& place, Severity severity, std::string text) {
@@ -139,11 +122,12 @@ class Converter {
         for (const TextVendor& vendor : sound) {
             const Vendor& kept = vendors_.at(vendor.id);
             if (vendor.name != kept.info.name) {
-                note(vendor.place, "vendor " + vendor.name + " goes by the name " + kept.info.name +
-                                       " of the same number, given at " + place_text(kept.place));
+                note(vendor.place, "vendor " + vendor.name + " goes by the name " +
+                                       shortened(kept.info.name) + " of the same number, given at " +
+                                       place_text(kept.place));
             } else if (vendor.format != kept.info.format) {
-                note(vendor.place, "vendor " + vendor.name + " has the format " + kept.info.format +
-                                       " given at " + place_text(kept.place));
+                note(vendor.place, "vendor " + vendor.name + " has the format " +
+                                       shortened(kept.info.format) + " given at " + place_text(kept.place));
             }
         }
     }
@@ -169,7 +153,7 @@ class Converter {
             const TextAttribute* const kept = by_code.at(attribute->code);
             if (kept != attribute) {
                 warn(attribute->place, attribute->name + " is left out: its code goes by the name " +
-                                           kept->name + ", given at " + place_text(kept->place));
+                                           shortened(kept->name) + ", given at " + place_text(kept->place));
                 left_out_.insert(name);
             }
         }
@@ -190,23 +174,20 @@ class Converter {
         if (!problem.empty()) {
             return problem;
         }
-        // A vendor's own attributes have no definition above them.
-        const bool in_vendor = code[0] == radius::VSA_TYPE && code.size() <= 3;
-        const bool is_vendor = radius::is_extended_type(code[0]) && code.size() <= 3 && code.size() > 1 &&
-                               code[1] == radius::VSA_TYPE;
-        if (code.size() == 1 || in_vendor || is_vendor) {
+        if (code.size() < 2) {
             return {};
         }
         const CodePath parent_code(code.begin(), code.end() - 1);
-        const auto parent = index_by_code_.find(parent_code);
-        if (parent == index_by_code_.end()) {
-            return "nothing is defined at " + radius::radius_code_path_to_string(parent_code);
+        const auto found = index_by_code_.find(parent_code);
+        if (found == index_by_code_.end()) {
+            const bool is_fault = radius::nesting_fault(code, std::nullopt) != radius::NestingFault::None;
+            return is_fault ? "nothing is defined at " + radius::radius_code_path_to_string(parent_code) : "";
         }
-        const AttributeEntry& entry = converted_[parent->second].entry;
-        if (radius::classify_container_kind(entry.type) == radius::ContainerKind::None) {
-            return entry.name + " of type " + entry.type + " cannot hold it";
-        }
-        return {};
+        const AttributeEntry& parent = converted_[found->second].entry;
+        const auto fault = radius::nesting_fault(code, radius::classify_container_kind(parent.type));
+        return fault != radius::NestingFault::None
+                   ? shortened(parent.name) + " of type " + parent.type + " cannot hold it"
+                   : "";
     }
 
     void convert_attribute(const TextAttribute& attribute) {
@@ -233,7 +214,7 @@ class Converter {
         convert_flags(attribute, entry);
         index_by_name_[lower] = converted_.size();
         index_by_code_[entry.code] = converted_.size();
-        converted_.push_back({std::move(entry), attribute.vendor});
+        converted_.push_back({std::move(entry), attribute.vendor, {}, {}});
     }
 
     std::string convert_type(const TextAttribute& attribute) {
@@ -242,11 +223,8 @@ class Converter {
             note(attribute.place, "the length of " + attribute.name + " is dropped: " + attribute.type);
             written.resize(bracket);
         }
-        const auto* const row =
-            std::find_if(type_names.begin(), type_names.end(),
-                         [&written](const auto& entry) { return entry.first == written; });
-        if (row != type_names.end()) {
-            return std::string(row->second);
+        if (const radius::TypeRow* const row = find_foreign_type(written)) {
+            return std::string(row->name);
         }
         note(attribute.place, attribute.name + " becomes octets: there is no type " + attribute.type);
         return "octets";
@@ -309,60 +287,71 @@ class Converter {
             AttributeEntry& entry = converted_[index->second].entry;
             if (radius::classify_value_type(entry.type) != ValueType::Integer) {
                 note(value.place, subject + ": values of type " + entry.type + " are listed as they are");
-            } else if (entry.has_tag && value.number > max_tagged_number) {
+            } else if (value.number > radius::largest_number_of(ValueType::Integer, entry.has_tag)) {
                 note(value.place, subject + ": beside a tag there is no room for its number");
             } else if (const std::optional<NameFault> fault = fault_of_name(value.name)) {
                 report(value.place, fault->severity,
                        "a value of " + value.attribute + " is left out: it " + fault->text);
             } else {
-                add_value(entry, value);
+                add_value(index->second, value);
             }
         }
         for (Converted& attribute : converted_) {
+            std::size_t position = 0;
+            std::erase_if(attribute.entry.values,
+                          [&](const auto&) { return attribute.gave_way[position++]; });
             std::stable_sort(attribute.entry.values.begin(), attribute.entry.values.end(),
                              [](const auto& a, const auto& b) { return a.second < b.second; });
         }
     }
 
     /// A number may have several names, of which the last is the one that is listed.
-    void add_value(AttributeEntry& entry, const TextValue& value) {
+    void add_value(std::size_t attribute, const TextValue& value) {
+        AttributeEntry& entry = converted_[attribute].entry;
+        std::vector<bool>& gave_way = converted_[attribute].gave_way;
         entry.type = "enum";
-        std::erase_if(entry.values, [&](const auto& earlier) {
-            const bool same_name = utils::CaseInsensitiveEqual{}(earlier.first, value.name);
-            if (same_name && earlier != std::pair(value.name, value.number)) {
-                note(value.place, entry.name + " " + earlier.first + " = " + std::to_string(earlier.second) +
-                                      " gives way to " + value.name + " = " + std::to_string(value.number));
+        const auto [known, is_new] =
+            converted_[attribute].value_by_name.try_emplace(value.name, entry.values.size());
+        if (!is_new) {
+            const auto& earlier = entry.values[known->second];
+            if (earlier != std::pair(value.name, value.number)) {
+                note(value.place, shortened(entry.name) + " " + shortened(earlier.first) + " = " +
+                                      std::to_string(earlier.second) + " gives way to " +
+                                      shortened(value.name) + " = " + std::to_string(value.number));
             }
-            return same_name;
-        });
+            gave_way[known->second] = true;
+            known->second = entry.values.size();
+        }
         entry.values.emplace_back(value.name, value.number);
+        gave_way.push_back(false);
     }
 
     std::vector<DictionaryContent> group_by_vendor() {
-        std::map<std::string, DictionaryContent> by_vendor;
+        std::map<std::uint32_t, DictionaryContent> by_vendor;
         DictionaryContent plain;
         for (Converted& attribute : converted_) {
             if (!attribute.vendor) {
                 plain.attributes.push_back(std::move(attribute.entry));
                 continue;
             }
-            const radius::VendorInfo& vendor = vendors_.at(*attribute.vendor).info;
-            // The number keeps vendors apart that were given one name.
-            DictionaryContent& content =
-                by_vendor[utils::ascii_lower(vendor.name) + " " + std::to_string(vendor.id)];
-            content.vendor = vendor;
-            content.attributes.push_back(std::move(attribute.entry));
+            by_vendor[*attribute.vendor].attributes.push_back(std::move(attribute.entry));
+        }
+        // The number keeps vendors apart that were given one name.
+        std::map<std::string, DictionaryContent> by_name;
+        for (const auto& [id, vendor] : vendors_) {
+            const auto content = by_vendor.find(id);
+            if (content == by_vendor.end()) {
+                note(vendor.place, "vendor " + vendor.info.name + " is left out: it has no attributes");
+                continue;
+            }
+            content->second.vendor = vendor.info;
+            by_name.emplace(utils::ascii_lower(vendor.info.name) + " " + std::to_string(id),
+                            std::move(content->second));
         }
         std::vector<DictionaryContent> contents;
-        std::set<std::uint32_t> used;
-        for (auto& [name, content] : by_vendor) {
-            used.insert(content.vendor->id);
+        contents.reserve(by_name.size() + 1);
+        for (auto& [name, content] : by_name) {
             contents.push_back(std::move(content));
-        }
-        for (const auto& [id, vendor] : vendors_) {
-            if (!used.contains(id)) {
-                note(vendor.place, "vendor " + vendor.info.name + " is left out: it has no attributes");
-            }
         }
         if (!plain.attributes.empty()) {
             contents.push_back(std::move(plain));
@@ -391,11 +380,10 @@ void require_replaceable(const std::filesystem::path& file) {
     if (!std::filesystem::exists(status)) {
         return;
     }
-    bool is_own = false;
-    if (std::filesystem::is_regular_file(status)) {
-        std::ifstream stream(file, std::ios::binary);
-        is_own = is_generated_text(std::string{std::istreambuf_iterator<char>(stream), {}});
-    }
+    std::string text;
+    const bool is_own = std::filesystem::is_regular_file(status) &&
+                        !utils::read_whole_file(file.string(), utils::FileKind::Regular, text) &&
+                        is_generated_text(text);
     if (!is_own) {
         throw FileError(file.string() + ": no import wrote this; it is replaced with --force only");
     }

@@ -20,6 +20,11 @@ std::string_view severity_name(Severity severity) {
     return "";
 }
 
+std::string shortened(std::string_view text) {
+    constexpr std::size_t longest = 200;
+    return text.size() <= longest ? std::string(text) : std::string(text.substr(0, longest)) + "...";
+}
+
 std::string place_text(const Place& place) {
     return place.file + ":" + std::to_string(place.line);
 }

@@ -46,6 +46,11 @@ class FileError : public std::runtime_error {
 /// "note", "warning" or "error".
 std::string_view severity_name(Severity severity);
 
+/// The text for a message that quotes it: of a long one the beginning and "...". A problem of one line may
+/// name what stands in another, so that whole names could make the problems of a file much larger than the
+/// file.
+std::string shortened(std::string_view text);
+
 /// The place as compilers write it, "file:line", so that editors can jump there.
 std::string place_text(const Place& place);
 

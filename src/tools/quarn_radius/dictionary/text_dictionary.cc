@@ -2,11 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <limits>
 #include <map>
 #include <set>
 #include <span>
@@ -17,9 +13,10 @@
 
 #include "quarn/radius/vendor_info.h"
 #include "quarn/radius/wire_format.h"
+#include "quarn/radius/written_number.h"
 #include "quarn/utils/case_insensitive.h"
 #include "quarn/utils/text.h"
-#include "quarn_radius/dictionary/code_text.h"
+#include "quarn/utils/whole_file.h"
 
 namespace quarn::quarn_radius {
 
@@ -46,6 +43,10 @@ constexpr std::array foreign_statements = std::to_array<std::string_view>({
     "STRUCT",
 });
 
+/// More levels of TLVs than an attribute of 255 bytes has room for. Each level repeats the code of those
+/// above.
+constexpr std::size_t max_code_size = 130;
+
 /// The words of a line, without its comment.
 std::vector<std::string> split_words(const std::string& line) {
     std::vector<std::string> words;
@@ -65,17 +66,8 @@ std::vector<std::string> split_words(const std::string& line) {
 }
 
 std::optional<std::uint32_t> parse_number(std::string_view text) {
-    int base = 10;
-    if (text.starts_with("0x") || text.starts_with("0X")) {
-        text.remove_prefix(2);
-        base = 16;
-    }
-    std::uint32_t number = 0;
-    const auto [end, status] = std::from_chars(text.data(), text.data() + text.size(), number, base);
-    if (status != std::errc{} || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return number;
+    const auto number = radius::read_number(text);
+    return number && !number->is_cut ? std::optional(number->low_bits) : std::nullopt;
 }
 
 class Reader {
@@ -156,22 +148,25 @@ bool Reader::read_file(const std::filesystem::path& path) {
     return true;
 }
 
-/// False when there is no such file to read; one that was read before is not read again.
+/// False when there is no such file to read; one that was read before is not read again. What is included has
+/// to be a regular file: the root alone may be a pipe.
 bool Reader::open_file(const std::filesystem::path& path) {
     std::error_code failure;
-    const std::filesystem::path file = std::filesystem::weakly_canonical(path, failure);
-    if (failure || std::filesystem::is_directory(file)) {
+    const std::string file = std::filesystem::weakly_canonical(path, failure).string();
+    if (failure) {
         return false;
     }
-    std::ifstream stream(file);
-    if (!stream) {
+    if (visited_.contains(file)) {
+        return true;
+    }
+    std::string text;
+    const auto kind = visited_.empty() ? utils::FileKind::Any : utils::FileKind::Regular;
+    if (utils::read_whole_file(file, kind, text)) {
         return false;
     }
-    if (visited_.insert(file.string()).second) {
-        std::string text{std::istreambuf_iterator<char>(stream), {}};
-        open_.push_back({std::istringstream(std::move(text)), place_, blocks_.size()});
-        place_ = {file.string(), 0};
-    }
+    visited_.insert(file);
+    open_.push_back({std::istringstream(std::move(text)), place_, blocks_.size()});
+    place_ = {file, 0};
     return true;
 }
 
@@ -350,7 +345,7 @@ void Reader::read_attribute(Words words) {
             }
         }
     }
-    const auto code = parse_code(words[1], parse_number);
+    const auto code = radius::read_plain_code_path(words[1]);
     if (!code) {
         error("invalid code " + words[1] + " of ATTRIBUTE " + attribute.name);
         names_left_out_.insert(utils::ascii_lower(attribute.name));
@@ -358,6 +353,11 @@ void Reader::read_attribute(Words words) {
     }
     attribute.code = prefix;
     attribute.code.append(code->begin(), code->end());
+    if (attribute.code.size() > max_code_size) {
+        error("ATTRIBUTE " + attribute.name + " is nested too deeply");
+        names_left_out_.insert(utils::ascii_lower(attribute.name));
+        return;
+    }
     codes_by_name_[utils::ascii_lower(attribute.name)] = attribute.code;
     result.attributes.push_back(std::move(attribute));
 }

@@ -2,14 +2,15 @@
 
 #include <yaml-cpp/yaml.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <fstream>
 #include <stdexcept>
 #include <string_view>
 
 #include "quarn/utils/nearest_name.h"
-#include "quarn_radius/dictionary/files.h"
+#include "quarn/utils/whole_file.h"
+#include "quarn_radius/dictionary/problem.h"
 
 namespace quarn::quarn_radius {
 
@@ -17,6 +18,11 @@ namespace {
 
 constexpr std::array keys =
     std::to_array<std::string_view>({"server", "secret-file", "password-file", "options", "attributes"});
+
+/// The 1-based line on which a node begins.
+std::uint32_t line_of(const YAML::Node& node) {
+    return static_cast<std::uint32_t>(std::max(node.Mark().line, 0) + 1);
+}
 
 class ProfileReader {
   public:
@@ -33,7 +39,7 @@ class ProfileReader {
             fail(line_of(root), "a profile is a map of " + all_keys());
         }
         for (const auto& entry : root) {
-            read_entry({entry.first, entry.second});
+            read_entry(entry.first, entry.second);
         }
         return profile_;
     }
@@ -52,11 +58,12 @@ class ProfileReader {
     }
 
     YAML::Node load() const {
-        if (const std::string reason = open_failure(profile_.file); !reason.empty()) {
-            throw FileError(profile_.file + ": cannot read: " + reason);
+        std::string text;
+        if (const auto failure = utils::read_whole_file(profile_.file, utils::FileKind::Regular, text)) {
+            throw FileError(profile_.file + ": cannot read: " + failure->reason);
         }
         try {
-            return YAML::LoadFile(profile_.file);
+            return YAML::Load(text);
         } catch (const YAML::ParserException& error) {
             fail(static_cast<std::uint32_t>(error.mark.line + 1), "not valid YAML: " + error.msg);
         } catch (const YAML::Exception& error) {
@@ -71,18 +78,18 @@ class ProfileReader {
         return node.Scalar();
     }
 
-    void read_entry(const Field& entry) {
-        const std::uint32_t line = line_of(entry.key);
-        const std::string key = scalar(entry.key, line, "a key");
+    void read_entry(const YAML::Node& key_node, const YAML::Node& value) {
+        const std::uint32_t line = line_of(key_node);
+        const std::string key = scalar(key_node, line, "a key");
         if (key == "server") {
-            add_options(key, entry.value, line);
+            add_options(key, value, line);
         } else if (key == "secret-file" || key == "password-file") {
-            const std::string file = resolved(scalar(entry.value, line, "'" + key + "'"));
+            const std::string file = resolved(scalar(value, line, "'" + key + "'"));
             profile_.options.push_back({key, file, line});
         } else if (key == "options") {
-            read_options(entry.value, line);
+            read_options(value, line);
         } else if (key == "attributes") {
-            read_attributes(entry.value, line);
+            read_attributes(value, line);
         } else {
             fail(line, "unknown key \"" + key + "\"" + utils::suggestion(key, keys));
         }

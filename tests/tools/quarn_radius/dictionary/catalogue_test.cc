@@ -226,5 +226,15 @@ TEST_F(DictionaryShowTest, ThrowsForADictionaryThatDoesNotLoad) {
     EXPECT_THROW(DictionaryCatalogue(folder_.write("bad.yaml", "attributes: 1\n")), FileError);
 }
 
+// One long name is not paid for in every line.
+TEST_F(DictionaryShowTest, ColumnsAreAsWideAs100CharactersAtMost) {
+    const std::string name(100, 'n');
+    root_ = folder_.write("long.yaml", "attributes:\n  A: {code: 1, type: text}\n  " + name +
+                                           ": {code: 2, type: text}\n  " + name +
+                                           "x: {code: 3, type: text, concat: true}\n");
+    EXPECT_EQ(text("/./"), "1  A" + std::string(101, ' ') + "text\n2  " + name + "  text\n3  " + name +
+                               "x  text  concat\n");
+}
+
 }  // namespace
 }  // namespace quarn::quarn_radius

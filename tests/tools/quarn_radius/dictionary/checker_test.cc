@@ -1,11 +1,14 @@
 #include "quarn_radius/dictionary/checker.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
+#include <set>
 
 #include "quarn/radius/dictionary.h"
+#include "quarn/radius/value_type.h"
 #include "testing/scratch_folder.h"
 #include "tools/quarn_radius/dictionary/problems.h"
 
@@ -369,12 +372,19 @@ TEST_F(DictionaryCheckTest, ANegativeZeroInACodeIsZero) {
                "above 255"}));
 }
 
-TEST_F(DictionaryCheckTest, KnowsEveryTypeOfTheSchema) {
+TEST_F(DictionaryCheckTest, KnowsTheTypesOfTheSchemaAndNoOthers) {
     const YAML::Node schema = YAML::LoadFile(QUARN_SOURCE_DIR "/share/quarn/radius/dictionary.schema.json");
     const YAML::Node types = schema["definitions"]["attribute"]["properties"]["type"]["anyOf"][0]["enum"];
-    ASSERT_GT(types.size(), 0U);
+    std::set<std::string> in_schema;
     for (const YAML::Node& type : types) {
-        const std::string name = type.as<std::string>();
+        in_schema.insert(type.as<std::string>());
+    }
+    std::set<std::string> known;
+    for (const subscriber::radius::TypeRow& row : subscriber::radius::type_rows()) {
+        known.emplace(row.name);
+    }
+    EXPECT_EQ(in_schema, known);
+    for (const std::string& name : in_schema) {
         for (const std::string& line : check("attributes:\n  A: {code: 241.1, type: " + name + "}\n")) {
             EXPECT_EQ(line.find("unknown type"), std::string::npos) << line;
         }
@@ -385,7 +395,7 @@ TEST_F(DictionaryCheckTest, KnowsEveryTypeOfTheSchema) {
 TEST_F(DictionaryCheckTest, WhatStopsTheLoaderIsToldBesideTheErrorsOfOtherFiles) {
     folder_.write("null", "attributes: 1\n");
     EXPECT_EQ(check("includes:\n  - ~\n"),
-              (Lines{"root.yaml:1: error: null: 'attributes' must be a map",
+              (Lines{"null:1: error: 'attributes' must be a map",
                      "root.yaml:2: error: 'includes' entry must be a file name"}));
 }
 
@@ -398,6 +408,27 @@ TEST_F(DictionaryCheckTest, WhatStopsTheLoaderIsToldOnce) {
 
 TEST_F(DictionaryCheckTest, ThrowsForAFileThatIsNotThere) {
     EXPECT_THROW(check_dictionary(folder_.path() / "nowhere.yaml"), FileError);
+}
+
+// Files that cannot be read cost no finding about others.
+TEST_F(DictionaryCheckTest, IncludedFilesThatNeverEndAreErrorsAmongTheOthers) {
+    ASSERT_EQ(mkfifo((folder_.path() / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(check("includes:\n  - /proc/self/mem\n  - /dev/zero\n  - pipe\nattributes: {A: {code: x}}\n"),
+              (Lines{"root.yaml:2: error: cannot load /proc/self/mem: cannot be read: Input/output error",
+                     "root.yaml:3: error: cannot load /dev/zero: is not a regular file",
+                     "root.yaml:4: error: cannot load pipe: is not a regular file",
+                     "root.yaml:5: error: 'code' of A is no valid code path: \"x\""}));
+}
+
+TEST_F(DictionaryCheckTest, AliasesThatRepeatTooMuchAreAnErrorWithTheirLine) {
+    std::string yaml = "attributes:\n  A: {code: &code '" + std::string(10'000, '1') + "'}\n";
+    for (int i = 0; i < 100; ++i) {
+        yaml += "  A" + std::to_string(i) + ": {code: *code}\n";
+    }
+    // 16 times the 12 KB of the file and 64 KB are about 26 repeated texts.
+    const std::size_t most = (std::size_t{64} << 10) + 16 * yaml.size();
+    EXPECT_EQ(check(yaml), Lines{"root.yaml:" + std::to_string(most / 10'016 + 3) +
+                                 ": error: aliases repeat more than 16 times the file's size"});
 }
 
 }  // namespace

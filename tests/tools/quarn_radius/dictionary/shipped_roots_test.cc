@@ -6,9 +6,9 @@
 #include <string>
 
 #include "quarn/radius/dictionary.h"
+#include "quarn/radius/dictionary_files.h"
 #include "quarn/utils/ascii.h"
 #include "quarn_radius/dictionary/checker.h"
-#include "quarn_radius/dictionary/files.h"
 #include "testing/warnings.h"
 #include "tools/quarn_radius/dictionary/problems.h"
 #include "tools/quarn_radius/dictionary/vendor_facts.h"
@@ -18,7 +18,11 @@ namespace {
 
 using subscriber::radius::AttributeMetadata;
 using subscriber::radius::CodePath;
+using subscriber::radius::DictionaryDocument;
+using subscriber::radius::DictionaryFiles;
+using subscriber::radius::FileFault;
 using subscriber::radius::RadiusDictionary;
+using subscriber::radius::WrittenAttribute;
 
 const std::string share_folder = QUARN_SOURCE_DIR "/share/quarn/radius/";
 
@@ -49,13 +53,14 @@ TEST_P(ShippedRoot, LoadsWithoutAWarning) {
 
 // Written without the checker, which might be wrong in the same way.
 TEST_P(ShippedRoot, HasOneCodeForEachNameAndOneNameForEachCode) {
-    Problems problems;
     std::map<std::string, std::string> code_of;
     std::map<std::string, std::string> name_of;
-    for (const DictionaryFile& file : read_dictionary_files(path(), problems)) {
-        for (const auto& entry : file.root["attributes"]) {
-            const auto name = entry.first.as<std::string>();
-            const auto code = entry.second["code"].as<std::string>();
+    DictionaryFiles files(path(),
+                          [](const FileFault& fault) { FAIL() << fault.file << ": " << fault.problem; });
+    while (const DictionaryDocument* const document = files.next()) {
+        for (const WrittenAttribute& attribute : document->attributes) {
+            const std::string name(attribute.name.text);
+            const std::string code(attribute.code.text);
             EXPECT_TRUE(code_of.emplace(utils::ascii_lower(name), code).second)
                 << name << " is defined twice";
             if (!name_of.emplace(code, name).second) {
@@ -72,14 +77,11 @@ TEST_P(ShippedRoot, NamesThatAreNoVendorsAreThoseOfTheStandardFile) {
     standard.load(share_folder + "standard.yaml");
     RadiusDictionary dictionary;
     dictionary.load(path());
-    Problems problems;
-    for (const DictionaryFile& file : read_dictionary_files(share_folder + "standard.yaml", problems)) {
-        for (const auto& entry : file.root["attributes"]) {
-            const auto name = entry.first.as<std::string>();
-            const AttributeMetadata& expected = standard.attribute_by_name(name);
-            EXPECT_EQ(dictionary.attribute_by_name(name), expected);
-            EXPECT_EQ(dictionary.attribute_by_code(expected.code), expected);
-        }
+    EXPECT_GT(standard.attributes().size(), 100U);
+    for (const RadiusDictionary::AttributeSource& source : standard.attributes()) {
+        const AttributeMetadata& expected = standard.attribute_by_name(source.name);
+        EXPECT_EQ(dictionary.attribute_by_name(source.name), expected);
+        EXPECT_EQ(dictionary.attribute_by_code(expected.code), expected);
     }
 }
 

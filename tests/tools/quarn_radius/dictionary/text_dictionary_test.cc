@@ -1,6 +1,12 @@
 #include "quarn_radius/dictionary/text_dictionary.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
 
 #include "testing/scratch_folder.h"
 #include "tools/quarn_radius/dictionary/problems.h"
@@ -249,6 +255,37 @@ TEST_F(TextDictionaryTest, LeavesOutWhatCannotBeExpressed) {
 TEST_F(TextDictionaryTest, ThrowsForAFileThatIsNotThere) {
     EXPECT_THROW(read_text_dictionary(folder_.path() / "nowhere", problems_), FileError);
     EXPECT_THROW(read_text_dictionary(folder_.path(), problems_), FileError);
+}
+
+// Files that never end. Each is included: what the user names alone may be something else than a file.
+
+TEST_F(TextDictionaryTest, IncludesRegularFilesAlone) {
+    ASSERT_EQ(mkfifo((folder_.path() / "pipe").c_str(), 0600), 0);
+    const TextDictionary read_back = read(
+        "$INCLUDE /dev/zero\n$INCLUDE pipe\n$INCLUDE- pipe\n$INCLUDE /proc/self/mem\n$INCLUDE .\n"
+        "ATTRIBUTE A 1 string\n");
+    EXPECT_EQ(
+        reported(),
+        (Lines{"dictionary:1: error: cannot read /dev/zero", "dictionary:2: error: cannot read pipe",
+               "dictionary:4: error: cannot read /proc/self/mem", "dictionary:5: error: cannot read ."}));
+    EXPECT_EQ(read_back.attributes.size(), 1U);
+}
+
+TEST_F(TextDictionaryTest, IncludesNoFileOfMoreThan64Mebibytes) {
+    const std::string large = folder_.write("large", "");
+    std::filesystem::resize_file(large, (std::uintmax_t{64} << 20) + 1);  // sparse: it takes no room
+    read("$INCLUDE large\n");
+    EXPECT_EQ(reported(), Lines{"dictionary:1: error: cannot read large"});
+    EXPECT_THROW(read_text_dictionary(large, problems_), FileError);
+}
+
+TEST_F(TextDictionaryTest, TheFirstFileMayBeAPipe) {
+    const std::string pipe = folder_.path() / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::thread writer([&pipe] { std::ofstream(pipe) << "ATTRIBUTE A 1 string\n"; });
+    EXPECT_EQ(read_text_dictionary(pipe, problems_).attributes.size(), 1U);
+    writer.join();
+    EXPECT_EQ(reported(), Lines{});
 }
 
 }  // namespace

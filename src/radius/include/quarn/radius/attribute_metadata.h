@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 #include "quarn/radius/code_path.h"
@@ -22,8 +21,8 @@ struct AttributeMetadata {
                                   ///< Tunnel-Password (RFC 2868, section 3.5); anything else: not hidden
     bool has_tag = false;         ///< a tag byte precedes the value (RFC 2868, section 3)
     bool continuation = false;    ///< the vendor's sub-attributes carry a continuation byte
-    bool concat = false;  ///< a long value is carried in several attributes of this type, joined on reading
-    std::optional<VendorInfo> vendor;          ///< the vendor block in which the attribute was defined
+    bool concat = false;    ///< a long value is carried in several attributes of this type, joined on reading
+    OptionalVendor vendor;  ///< the vendor block in which the attribute was defined
     ContainerKind kind = ContainerKind::None;  ///< what it can contain, by `type`
     ValueType value_type = ValueType::Octets;  ///< what its values mean, by `type`
     std::uint32_t fixed_size = 0;              ///< wire width in bytes of a number, else 0

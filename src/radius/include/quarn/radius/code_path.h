@@ -21,9 +21,6 @@ std::string radius_code_path_to_string(const CodePath& path);
 struct CodePathHash {
     /// The hash; the same in every process.
     std::size_t operator()(const CodePath& path) const;
-
-    /// The hash of a path that is one element longer than the path of this hash.
-    static std::size_t extended(std::size_t hash, std::uint32_t code);
 };
 
 }  // namespace quarn::subscriber::radius

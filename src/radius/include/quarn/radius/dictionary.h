@@ -11,9 +11,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "quarn/radius/attribute_metadata.h"
 #include "quarn/radius/code_path.h"
+#include "quarn/radius/dictionary_document.h"
 #include "quarn/radius/vendor_info.h"
 
 namespace quarn::subscriber::radius {
@@ -25,12 +27,27 @@ struct DictionaryTables;
 /// several threads at once; none fails for a missing entry. Names match without regard to ASCII case.
 class RadiusDictionary {
   public:
-    /// Where a definition was read. The texts live as long as the load does.
+    /// Where an attribute is defined. The texts live as long as the dictionary's content does.
     struct AttributeSource {
         std::string_view name;   ///< the attribute's, as written
         CodePath code;           ///< empty when the definition gives none
         std::string_view file;   ///< canonical path of the dictionary file
         std::uint32_t line = 0;  ///< 1-based
+    };
+
+    /// An enumerated value, and where it is defined. The texts live as long as the dictionary's content does.
+    struct ValueSource {
+        std::string_view name;     ///< as written
+        std::uint32_t number = 0;  ///< what it stands for
+        std::string_view file;     ///< canonical path of the dictionary file
+        std::uint32_t line = 0;    ///< 1-based
+    };
+
+    /// A vendor, and where it is defined. Both live as long as the dictionary's content does.
+    struct VendorSource {
+        const VendorInfo* vendor = nullptr;  ///< never null in what `vendors` returns
+        std::string_view file;               ///< canonical path of the dictionary file
+        std::uint32_t line = 0;              ///< 1-based
     };
 
     /// An empty dictionary.
@@ -51,6 +68,20 @@ class RadiusDictionary {
     /// problem of one attribute only skips that attribute, and a nested attribute without a fitting parent
     /// stays; both go to `App::warn`.
     void load(const std::string& path);
+
+    /// Adds what one file defines, but not what it includes, as `load` does, and fails as `load` does: for a
+    /// malformed block other than "includes". Whether nested attributes have fitting parents is not looked
+    /// at.
+    void apply(const DictionaryDocument& document);
+
+    /// All attributes, each name's latest definition, in the order of loading.
+    std::vector<AttributeSource> attributes() const;
+
+    /// An attribute's values in the order of loading, of each name the latest.
+    std::vector<ValueSource> values_of(std::string_view attribute_name) const;
+
+    /// All vendors, each number's latest definition, in the order of loading.
+    std::vector<VendorSource> vendors() const;
 
     /// The attribute of this name, or the unknown record.
     const AttributeMetadata& attribute_by_name(std::string_view name) const;
@@ -83,11 +114,8 @@ class RadiusDictionary {
 
   private:
     friend struct DictionaryTables;
-    struct LoadState;
-    struct Sources;
 
-    void _load_file(const std::string& path, LoadState& state);
-    void _validate_nesting(const Sources& sources) const;
+    void _validate_nesting() const;
 
     std::unique_ptr<DictionaryTables> tables_;  // null while the dictionary is empty
 };

@@ -1,7 +1,9 @@
 // How an attribute's type name says what its values are and what it can contain.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace quarn::subscriber::radius {
@@ -36,14 +38,36 @@ enum class ContainerKind : std::uint8_t {
     Struct = 6,
 };
 
-/// The value type of a type name, compared without regard to ASCII case and without trimming. Every name that
-/// means no other type, the empty one included, is `Octets`.
+/// What one type name means.
+struct TypeRow {
+    std::string_view name;  ///< as dictionaries have it, in lower case
+    ValueType value_type = ValueType::Octets;
+    ContainerKind kind = ContainerKind::None;
+    std::uint32_t width =
+        0;  ///< bytes of a number on the wire; 0 for a type of variable or type-specific width
+    std::array<std::string_view, 3> foreign_names =
+        {};  ///< in the text format that most RADIUS servers share
+};
+
+/// Every type name with a meaning of its own, and those that are written for plain bytes. Of the rows with
+/// one value type the first is the one to write.
+std::span<const TypeRow> type_rows();
+
+/// The row of a type name, compared without regard to ASCII case and without trimming; null for a name that
+/// is in no row, and then means octets.
+const TypeRow* find_type(std::string_view type_name);
+
+/// The value type of a type name, by its row. Every name without one, the empty one included, is `Octets`.
 ValueType classify_value_type(std::string_view type_name);
 
-/// The container kind of a type name, compared in the same way; `None` for every other name.
+/// The container kind of a type name, by its row; `None` for every other name.
 ContainerKind classify_container_kind(std::string_view type_name);
 
 /// The wire width in bytes of a number; 0 for a type of variable or type-specific width.
 std::uint32_t fixed_size_of(ValueType type);
+
+/// The largest of an attribute's enumerated values, which have at most 32 bits, that a number of this type
+/// has room for. A tag takes the first of an integer's four bytes (RFC 2868, section 3.1).
+std::uint32_t largest_number_of(ValueType type, bool has_tag);
 
 }  // namespace quarn::subscriber::radius

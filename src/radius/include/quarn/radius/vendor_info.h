@@ -3,8 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace quarn::subscriber::radius {
 
@@ -18,6 +21,39 @@ struct VendorInfo {
     bool continuation = false;    ///< a continuation byte follows the length field
 
     bool operator==(const VendorInfo&) const = default;
+};
+
+/// A vendor or none, as in `std::optional<VendorInfo>`. Copies share one vendor until one of them is changed:
+/// a vendor's thousands of attributes have its name once.
+class OptionalVendor {
+  public:
+    OptionalVendor() noexcept = default;        ///< none
+    OptionalVendor(std::nullopt_t) noexcept {}  ///< none
+    /// This vendor, for this object alone.
+    OptionalVendor(VendorInfo vendor) : vendor_(std::make_shared<VendorInfo>(std::move(vendor))) {}
+
+    bool has_value() const noexcept { return vendor_ != nullptr; }   ///< whether there is one
+    explicit operator bool() const noexcept { return has_value(); }  ///< see `has_value`
+    const VendorInfo& operator*() const { return *vendor_; }         ///< the vendor, if there is one
+    const VendorInfo* operator->() const { return vendor_.get(); }  ///< the vendor's members, if there is one
+    VendorInfo& operator*() { return own(); }                       ///< the vendor, to be changed
+    VendorInfo* operator->() { return &own(); }                     ///< the vendor's members, to be changed
+    operator std::shared_ptr<const VendorInfo>() const { return vendor_; }  ///< null if there is none
+
+    /// Whether both have no vendor, or equal ones.
+    friend bool operator==(const OptionalVendor& left, const OptionalVendor& right) {
+        return left.vendor_ == right.vendor_ || (left && right && *left.vendor_ == *right.vendor_);
+    }
+
+  private:
+    VendorInfo& own() {
+        if (vendor_.use_count() > 1) {
+            vendor_ = std::make_shared<VendorInfo>(*vendor_);
+        }
+        return *vendor_;
+    }
+
+    std::shared_ptr<VendorInfo> vendor_;
 };
 
 /// Reads a format "t,l" or "t,l,c": the widths of the type and length fields, 1 to 4 bytes each, and whether

@@ -28,6 +28,9 @@ class App {
     /// Hands a warning to this thread's innermost handler; discards it when there is none.
     static void warn(std::string_view message, const Fields& fields);
 
+    /// Whether this thread has a handler. Without one, no warning need be put together.
+    static bool is_heard();
+
     /// Receives this thread's warnings for as long as it lives; then the previous handler does again.
     class WarningHandler {
       public:

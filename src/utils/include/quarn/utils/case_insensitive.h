@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "quarn/utils/ascii.h"
@@ -35,22 +36,47 @@ struct CaseInsensitiveHash {
 /// A number that nobody outside this process can know, the same for as long as the process runs.
 std::uint64_t hash_seed();
 
-/// `CaseInsensitiveHash`, scattered by `hash_seed`: for maps whose keys come from the network, where a sender
-/// who could tell the buckets would fill a single one.
+/// The finaliser of SplitMix64: every bit of its input changes every bit of its result, and no two inputs
+/// have one result.
+constexpr std::uint64_t scattered(std::uint64_t hash) {
+    hash = (hash ^ hash >> 30) * 0xBF58476D1CE4E5B9;
+    hash = (hash ^ hash >> 27) * 0x94D049BB133111EB;
+    return hash ^ hash >> 31;
+}
+
+/// A hash of names without regard to case that begins with `hash_seed`: for tables of names that others
+/// choose, who would fill a single bucket if they could tell them. Seeding the result of
+/// `CaseInsensitiveHash` would not do: names of which that hash is the same can be worked out.
 class SeededCaseInsensitiveHash {
   public:
     using is_transparent = void;  ///< takes views as well as owned names
 
     /// The hash; another one in every process.
     std::size_t operator()(std::string_view key) const {
-        // The finaliser of SplitMix64: every bit of its input changes every bit of its result.
-        std::uint64_t hash = CaseInsensitiveHash{}(key) ^ seed_;
-        hash = (hash ^ hash >> 30) * 0xBF58476D1CE4E5B9;
-        hash = (hash ^ hash >> 27) * 0x94D049BB133111EB;
-        return hash ^ hash >> 31;
+        std::uint64_t hash = seed_ ^ key.size();
+        for (; key.size() > word_size; key.remove_prefix(word_size)) {
+            hash = scattered(hash ^ lower_word(key.data(), word_size));
+        }
+        return scattered(hash ^ lower_word(key.data(), key.size()));
     }
 
   private:
+    static constexpr std::size_t word_size = 8;
+
+    /// Up to eight bytes as a number, A to Z lowered in all of them at once.
+    static std::uint64_t lower_word(const char* bytes, std::size_t count) {
+        constexpr std::uint64_t each_byte = 0x0101010101010101;
+        std::uint64_t word = 0;
+        if (count != 0) {
+            std::memcpy(&word, bytes, count);
+        }
+        const std::uint64_t low_bits = word & (0x7F * each_byte);
+        const std::uint64_t from_a = low_bits + (0x80 - 'A') * each_byte;    // top bit: at least A
+        const std::uint64_t behind_z = low_bits + (0x7F - 'Z') * each_byte;  // top bit: above Z
+        const std::uint64_t is_upper = from_a & ~behind_z & ~word & (0x80 * each_byte);
+        return word | is_upper >> 2;
+    }
+
     std::uint64_t seed_ = hash_seed();
 };
 
