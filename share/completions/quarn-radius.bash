@@ -39,7 +39,7 @@ _quarn_radius() {
                 command=send
                 break
                 ;;
-            'dictionary check' | 'dictionary show' | 'dictionary import')
+            'dictionary check' | 'dictionary list' | 'dictionary show' | 'dictionary import')
                 command=$word
                 break
                 ;;
@@ -49,9 +49,9 @@ _quarn_radius() {
     local words=--help
     case $command in
         '') words+=' --version dictionary send' ;;
-        dictionary) words+=' check show import' ;;
+        dictionary) words+=' check list show import' ;;
         check) words+=' --json' ;;
-        show) words+=' --json -d' ;;
+        list | show) words+=' --json -d' ;;
         import) words+=' --force --json --vendor --schema -o' ;;
         send)
             words+=' --server -4 -6 --ipv4 --ipv6 --source --interface --code -f --file --session-id --bare -d'

@@ -8,15 +8,18 @@
 #include <algorithm>
 #include <memory>
 #include <ostream>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "common/terminal_text.h"
+#include "quarn/utils/nearest_name.h"
 #include "quarn_radius/command.h"
 #include "quarn_radius/dictionary/check_command.h"
 #include "quarn_radius/dictionary/import_command.h"
+#include "quarn_radius/dictionary/list_command.h"
 #include "quarn_radius/dictionary/problem.h"
 #include "quarn_radius/dictionary/show_command.h"
 #include "quarn_radius/send/send_command.h"
@@ -58,6 +61,34 @@ CLI::App& add_group(CLI::App& program, const std::string& name, const std::strin
     return group;
 }
 
+/// What is wrong with the words that name a command: one is missing, or is none. Empty when nothing is.
+std::string unknown_command(const CLI::App& program, std::span<const char* const> arguments) {
+    const CLI::App* group = &program;
+    for (std::size_t i = 1; group->get_require_subcommand_min() > 0; ++i) {
+        std::vector<std::string_view> names;
+        for (const CLI::App* const command : group->get_subcommands({})) {
+            names.push_back(command->get_name());
+        }
+        const std::string_view word = i < arguments.size() ? arguments[i] : "";
+        const auto known = std::find(names.begin(), names.end(), word);
+        if (word.starts_with('-')) {
+            return "";  // --help, or an option for the parser to refuse
+        }
+        if (known == names.end()) {
+            std::string text = word.empty() ? "a command is missing"
+                                            : "there is no command \"" + std::string(word) + "\"" +
+                                                  utils::suggestion(std::string(word), names);
+            text += word.empty() ? ": " : "; the commands are ";
+            for (const std::string_view& name : names) {
+                text.append(&name == names.data() ? "" : ", ").append(name);
+            }
+            return text;
+        }
+        group = group->get_subcommand(std::string(word));
+    }
+    return "";
+}
+
 /// What is wrong with the command line. Of an unknown option its value is left out, which may be a secret.
 std::string problem_of(const CLI::App& program, const CLI::ParseError& error) {
     if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) {
@@ -79,9 +110,15 @@ tools::ExitStatus run_command(int argc, const char* const* argv, Streams streams
     program.get_formatter()->column_width(20);
 
     CLI::App& dictionary = add_group(program, "dictionary", "Check, search and import RADIUS dictionaries.");
-    const std::vector<Command> commands = {add_check_command(dictionary), add_show_command(dictionary),
-                                           add_import_command(dictionary),
+    const std::vector<Command> commands = {add_check_command(dictionary), add_list_command(dictionary),
+                                           add_show_command(dictionary), add_import_command(dictionary),
                                            add_send_command(program, std::move(secrets))};
+    if (const std::string problem = unknown_command(program, {argv, static_cast<std::size_t>(argc)});
+        !problem.empty()) {
+        streams.errors << "quarn-radius: " << tools::terminal_text(problem)
+                       << "\nRun with --help for more information.\n";
+        return tools::ExitStatus::Usage;
+    }
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

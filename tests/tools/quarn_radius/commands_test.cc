@@ -65,6 +65,92 @@ TEST_F(CommandLineTest, ShowEndsWith1WhenNothingMatches) {
     EXPECT_EQ(errors(), "quarn-radius: nothing matches \"filter-if\", did you mean \"Filter-Id\"?\n");
 }
 
+TEST_F(CommandLineTest, ShowNamesWhatContainsAWordThatMatchesNothing) {
+    folder_.write("standard.yaml",
+                  "attributes: {Egress-VLANID: {code: 56, type: enum, values: {Some-VLAN: 1, VLAN: 2}}}\n");
+    const std::string file = folder_.write("names.yaml", R"(
+includes: [standard.yaml]
+vendor: {id: 9, name: Vlanish, format: "1,1"}
+attributes:
+  X-VLAN: {code: 26.9.1, type: text}
+  VLAN-X: {code: 26.9.2, type: text}
+)");
+    EXPECT_EQ(run_with({"dictionary", "show", "-d", file, "vlan"}), tools::ExitStatus::ProblemsFound);
+    EXPECT_EQ(errors(),
+              "quarn-radius: nothing matches \"vlan\"; these names contain it:\n"
+              "  attributes: VLAN-X, Egress-VLANID, X-VLAN\n"
+              "  vendors: Vlanish\n"
+              "  values: Egress-VLANID = VLAN, Egress-VLANID = Some-VLAN\n");
+}
+
+TEST_F(CommandLineTest, ShowCutsALongListOfNames) {
+    std::string text = "attributes:\n";
+    for (int i = 10; i < 22; ++i) {
+        text += "  Name-" + std::to_string(i) + ": {code: " + std::to_string(i) + ", type: text}\n";
+    }
+    EXPECT_EQ(run_with({"dictionary", "show", "-d", folder_.write("many.yaml", text), "name"}),
+              tools::ExitStatus::ProblemsFound);
+    EXPECT_EQ(
+        errors(),
+        "quarn-radius: nothing matches \"name\"; these names contain it:\n"
+        "  attributes: Name-10, Name-11, Name-12, Name-13, Name-14, Name-15, Name-16, Name-17 and 4 more\n");
+}
+
+TEST_F(CommandLineTest, ShowLooksIntoTheFullDictionaryToo) {
+    const std::string full =
+        folder_.write("full.yaml",
+                      "includes: [sound.yaml]\nvendor: {id: 9, name: Acme, format: '1,1'}\n"
+                      "attributes: {Acme-Role: {code: 26.9.1, type: text}}\n");
+    EXPECT_EQ(run_with({"dictionary", "show", "-d", sound_, "acme"}), tools::ExitStatus::ProblemsFound);
+    EXPECT_EQ(errors(), "quarn-radius: nothing matches \"acme\"; full.yaml has it: add -d " + full + "\n");
+    EXPECT_EQ(run_with({"dictionary", "show", "-d", sound_, "role"}), tools::ExitStatus::ProblemsFound);
+    EXPECT_EQ(errors(),
+              "quarn-radius: nothing matches \"role\"; these names of full.yaml contain it: add -d " + full +
+                  "\n  attributes: Acme-Role\n");
+    EXPECT_EQ(run_with({"dictionary", "show", "-d", full, "nobody"}), tools::ExitStatus::ProblemsFound);
+    EXPECT_EQ(errors(), "quarn-radius: nothing matches \"nobody\"\n");
+}
+
+TEST_F(CommandLineTest, ListShowsTheVendorsAndWhatTheFullDictionaryHasBeyond) {
+    const std::string root = folder_.write(
+        "root.yaml",
+        "includes: [sound.yaml]\nvendor: {id: 9, name: Acme, format: '1,1'}\n"
+        "attributes: {Acme-Role: {code: 26.9.1, type: text}, Acme-Rate: {code: 26.9.2, type: text}}\n");
+    const std::string full =
+        folder_.write("full.yaml",
+                      "includes: [root.yaml]\nvendor: {id: 311, name: Microsoft, format: '1,1'}\n"
+                      "attributes: {MS-Text: {code: 26.311.1, type: text}}\n");
+    EXPECT_EQ(run_with({"dictionary", "list", "-d", root}), tools::ExitStatus::Fine);
+    EXPECT_EQ(output(), root + ": 1 standard attribute, 1 vendor\n  9  Acme  2 attributes\n\n" + full +
+                            ": 1 vendor more, to be had with -d\n  311  Microsoft  1 attribute\n");
+    EXPECT_EQ(run_with({"dictionary", "list", "-d", full}), tools::ExitStatus::Fine);
+    EXPECT_EQ(output(), full +
+                            ": 1 standard attribute, 2 vendors\n    9  Acme       2 attributes\n"
+                            "  311  Microsoft  1 attribute\n");
+    EXPECT_EQ(run_with({"dictionary", "list", "--json", "-d", root}), tools::ExitStatus::Fine);
+    EXPECT_EQ(output(),
+              R"({"id": 9, "name": "Acme", "format": "1,1", "attributes": 2, "file": ")" + root + "\"}\n" +
+                  R"({"id": 311, "name": "Microsoft", "format": "1,1", "attributes": 1, "file": ")" + full +
+                  "\"}\n");
+}
+
+TEST_F(CommandLineTest, AWrongCommandNamesItselfAndThoseThereAre) {
+    struct Row {
+        std::vector<std::string> arguments;
+        std::string problem;
+    };
+    for (const Row& row : std::vector<Row>{
+             {{}, "a command is missing: dictionary, send"},
+             {{"dictionary"}, "a command is missing: check, list, show, import"},
+             {{"sent"},
+              "there is no command \"sent\", did you mean \"send\"?; the commands are dictionary, send"},
+             {{"dictionary", "verify"},
+              "there is no command \"verify\"; the commands are check, list, show, import"}}) {
+        EXPECT_EQ(run_with(row.arguments), tools::ExitStatus::Usage);
+        EXPECT_EQ(errors(), "quarn-radius: " + row.problem + "\nRun with --help for more information.\n");
+    }
+}
+
 TEST_F(CommandLineTest, NothingFromAFileControlsTheTerminal) {
     const std::string file = folder_.write("control.yaml", "attributes: {\"Fil\\e[2J\": {code: 11, a: b}}\n");
     EXPECT_EQ(run_with({"dictionary", "check", file}), tools::ExitStatus::ProblemsFound);
@@ -167,8 +253,12 @@ TEST_F(CommandLineTest, EveryOtherFileProblemEndsWith3) {
 }
 
 TEST_F(CommandLineTest, EveryHelpEndsWith0AndDocumentsTheExitStatus) {
-    const std::vector<std::vector<std::string>> commands = {
-        {}, {"dictionary"}, {"dictionary", "check"}, {"dictionary", "show"}, {"dictionary", "import"}};
+    const std::vector<std::vector<std::string>> commands = {{},
+                                                            {"dictionary"},
+                                                            {"dictionary", "check"},
+                                                            {"dictionary", "list"},
+                                                            {"dictionary", "show"},
+                                                            {"dictionary", "import"}};
     for (std::vector<std::string> command : commands) {
         command.emplace_back("--help");
         EXPECT_EQ(run_with(command), tools::ExitStatus::Fine);
@@ -184,7 +274,7 @@ TEST_F(CommandLineTest, EveryHelpEndsWith0AndDocumentsTheExitStatus) {
 }
 
 TEST_F(CommandLineTest, HelpNamesTheInstalledDictionaryAsTheDefault) {
-    for (const char* const command : {"check", "show"}) {
+    for (const char* const command : {"check", "list", "show"}) {
         EXPECT_EQ(run_with({"dictionary", command, "--help"}), tools::ExitStatus::Fine);
         EXPECT_NE(output().find("/opt/quarn/share/quarn/radius/dictionary.yaml"), std::string::npos)
             << command;

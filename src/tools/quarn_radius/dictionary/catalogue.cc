@@ -1,6 +1,7 @@
 #include "quarn_radius/dictionary/catalogue.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -12,6 +13,7 @@
 #include "quarn/radius/hiding.h"
 #include "quarn/radius/path_shape.h"
 #include "quarn/radius/written_number.h"
+#include "quarn/utils/ascii.h"
 #include "quarn/utils/case_insensitive.h"
 #include "quarn/utils/nearest_name.h"
 #include "quarn_radius/name_pattern.h"
@@ -224,6 +226,67 @@ Findings DictionaryCatalogue::find(const std::string& query) const {
     return {Findings::Kind::List, select([vendor](const radius::AttributeMetadata& attribute) {
                 return attribute.vendor && attribute.vendor->id == vendor->id;
             })};
+}
+
+std::vector<VendorCount> DictionaryCatalogue::vendors() const {
+    std::map<std::uint32_t, std::size_t> counts;
+    for (const auto& source : attributes_) {
+        if (const auto& vendor = dictionary_.attribute_by_name(source.name).vendor) {
+            ++counts[vendor->id];
+        }
+    }
+    std::vector<VendorCount> vendors;
+    for (const auto& source : dictionary_.vendors()) {
+        vendors.push_back({*source.vendor, counts[source.vendor->id]});
+    }
+    std::sort(vendors.begin(), vendors.end(), [](const VendorCount& a, const VendorCount& b) {
+        return utils::ascii_lower(a.vendor.name) < utils::ascii_lower(b.vendor.name);
+    });
+    return vendors;
+}
+
+std::size_t DictionaryCatalogue::standard_attributes() const {
+    return static_cast<std::size_t>(std::count_if(
+        attributes_.begin(), attributes_.end(),
+        [this](const auto& source) { return !dictionary_.attribute_by_name(source.name).vendor; }));
+}
+
+Nearby DictionaryCatalogue::near(const std::string& query) const {
+    Nearby nearby;
+    const std::string word = utils::ascii_lower(query);
+    if (word.find_first_not_of("0123456789.") == word.npos || word.front() == '/') {
+        return nearby;
+    }
+    const auto contains = [&word](std::string_view name) {
+        return utils::ascii_lower(name).find(word) != std::string::npos;
+    };
+    std::vector<std::string> of_vendors;
+    std::vector<std::string> longer_values;
+    for (const auto& source : attributes_) {
+        if (contains(source.name)) {
+            const bool has_vendor = dictionary_.attribute_by_name(source.name).vendor.has_value();
+            (has_vendor ? of_vendors : nearby.attributes).emplace_back(source.name);
+        }
+        for (const auto& value : dictionary_.values_of(source.name)) {
+            if (contains(value.name)) {
+                (value.name.size() > word.size() ? longer_values : nearby.values)
+                    .push_back(std::string(source.name) + " = " + std::string(value.name));
+            }
+        }
+    }
+    nearby.attributes.insert(nearby.attributes.end(), of_vendors.begin(), of_vendors.end());
+    nearby.values.insert(nearby.values.end(), longer_values.begin(), longer_values.end());
+    for (const VendorCount& count : vendors()) {
+        if (contains(count.vendor.name)) {
+            nearby.vendors.push_back(count.vendor.name);
+        }
+    }
+    const auto begins = [&word](const std::string& name) {
+        return utils::ascii_lower(name).starts_with(word);
+    };
+    std::stable_partition(nearby.attributes.begin(), nearby.attributes.end(), begins);
+    std::stable_partition(nearby.vendors.begin(), nearby.vendors.end(), begins);
+    return nearby;
 }
 
 std::string DictionaryCatalogue::suggestion_for(const std::string& query) const {

@@ -28,6 +28,22 @@ struct Findings {
     std::vector<AttributeRecord> records;  ///< by code
 };
 
+/// A vendor, and how much the dictionary has of it.
+struct VendorCount {
+    subscriber::radius::VendorInfo vendor;
+    std::size_t attributes = 0;
+};
+
+/// What a query that found nothing may have meant: names that contain it. Those that begin with it stand
+/// first, then standard attributes. Values that are it stand before longer ones.
+struct Nearby {
+    std::vector<std::string> attributes;
+    std::vector<std::string> vendors;
+    std::vector<std::string> values;  ///< "Tunnel-Type = VLAN"
+
+    bool empty() const { return attributes.empty() && vendors.empty() && values.empty(); }
+};
+
 /// A loaded dictionary that remembers where its definitions stand.
 class DictionaryCatalogue {
   public:
@@ -39,6 +55,15 @@ class DictionaryCatalogue {
     /// attributes of the vendor of this name or number, or of the number in "26.9". Throws
     /// `std::invalid_argument` for a bad regular expression.
     Findings find(const std::string& query) const;
+
+    /// The vendors, by name in any case, with the attributes of each.
+    std::vector<VendorCount> vendors() const;
+
+    /// How many attributes belong to no vendor.
+    std::size_t standard_attributes() const;
+
+    /// What contains the query, in any case. Nothing for an expression or a code.
+    Nearby near(const std::string& query) const;
 
     /// `, did you mean "Class"?` for a query that found nothing, if something is near.
     std::string suggestion_for(const std::string& query) const;

@@ -2,13 +2,16 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <memory>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "common/default_paths.h"
 #include "common/terminal_text.h"
 #include "quarn_radius/dictionary/catalogue.h"
+#include "quarn_radius/dictionary/full_dictionary.h"
 
 namespace quarn::quarn_radius {
 
@@ -38,12 +41,57 @@ struct ShowOptions {
     bool json = false;
 };
 
+/// The first names of a list, for one line.
+std::string some_of(const std::vector<std::string>& names) {
+    constexpr std::size_t most = 8;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(names.size(), most); ++i) {
+        text += (i == 0 ? "" : ", ") + tools::terminal_text(names[i]);
+    }
+    return names.size() > most ? text + " and " + std::to_string(names.size() - most) + " more" : text;
+}
+
+/// What contains the words that were not found; nothing when nothing does.
+std::string nearby_text(const Nearby& nearby, const std::string& indent) {
+    std::string text;
+    const auto add = [&](const char* what, const std::vector<std::string>& names) {
+        if (!names.empty()) {
+            text += indent + what + some_of(names) + '\n';
+        }
+    };
+    add("attributes: ", nearby.attributes);
+    add("vendors: ", nearby.vendors);
+    add("values: ", nearby.values);
+    return text;
+}
+
+/// What the query may have meant, and where it is to be found.
+std::string help_for(const std::string& query, const DictionaryCatalogue& catalogue,
+                     const std::string& file) {
+    if (const Nearby nearby = catalogue.near(query); !nearby.empty()) {
+        return "; these names contain it:\n" + nearby_text(nearby, "  ");
+    }
+    const std::string suggestion = tools::terminal_text(catalogue.suggestion_for(query)) + "\n";
+    const auto full = full_dictionary_beside(file);
+    if (!full) {
+        return suggestion;
+    }
+    const DictionaryCatalogue all(*full);
+    const std::string option = ": add -d " + tools::terminal_text(*full) + "\n";
+    if (!all.find(query).records.empty()) {
+        return "; full.yaml has it" + option;
+    }
+    const Nearby nearby = all.near(query);
+    return nearby.empty() ? suggestion
+                          : "; these names of full.yaml contain it" + option + nearby_text(nearby, "  ");
+}
+
 tools::ExitStatus show(const ShowOptions& options, Streams streams) {
     const DictionaryCatalogue catalogue(options.file);
     const Findings findings = catalogue.find(options.query);
     if (findings.records.empty()) {
         streams.errors << "quarn-radius: nothing matches \"" << tools::terminal_text(options.query) << '"'
-                       << tools::terminal_text(catalogue.suggestion_for(options.query)) << '\n';
+                       << help_for(options.query, catalogue, options.file);
         return tools::ExitStatus::ProblemsFound;
     }
     streams.output << (options.json ? findings_json(findings) : findings_text(findings));
