@@ -152,8 +152,8 @@ class Converter {
         for (const auto& [name, attribute] : by_name) {
             const TextAttribute* const kept = by_code.at(attribute->code);
             if (kept != attribute) {
-                warn(attribute->place, attribute->name + " is left out: its code goes by the name " +
-                                           shortened(kept->name) + ", given at " + place_text(kept->place));
+                warn(attribute->place, attribute->name + " is left out: its code is already used by " +
+                                           shortened(kept->name) + " (" + place_text(kept->place) + ")");
                 left_out_.insert(name);
             }
         }

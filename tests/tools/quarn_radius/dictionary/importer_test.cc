@@ -271,8 +271,8 @@ TEST_F(DictionaryImportTest, KeepsTheLaterOfTwoDefinitions) {
   "Mode": {"code": "26.64496.4", "type": "enum", "values": {"On": 1, "Enabled": 1, "Auto": 3}})"));
     EXPECT_EQ(reported(),
               (Lines{
-                  "dictionary:3: warning: Old-Name is left out: its code goes by the name New-Name, "
-                  "given at dictionary:4",
+                  "dictionary:3: warning: Old-Name is left out: its code is already used by New-Name "
+                  "(dictionary:4)",
                   "dictionary:5: note: Moved has the code 26.64496.3 given at dictionary:6",
                   "dictionary:11: note: Mode Auto = 2 gives way to Auto = 3",
                   "dictionary:12: note: the value On of Old-Name is left out with its attribute",

@@ -60,8 +60,8 @@ class RadiusDictionary {
     RadiusDictionary& operator=(RadiusDictionary&& other) noexcept;
     ~RadiusDictionary();
 
-    /// Replaces the whole content by what the file at `path` and the files that it includes define. Of two
-    /// definitions of one name, code path, value or vendor the later one holds.
+    /// Replaces the whole content by what the file at `path` and the files that it includes define. Later
+    /// definitions win: of two of one name, code path, value or vendor the first is lost.
     ///
     /// Throws `std::runtime_error`, its text beginning with the path of the file at fault and ": ", for a
     /// file that cannot be read or parsed and for a malformed block; the dictionary is then partly filled. A
