@@ -124,6 +124,7 @@ Process::Process(const Command& command) : start_(Clock::now()), deadline_(start
     if (pid_ == 0) {
         // Other threads of the test may have held any lock at the fork: system calls only.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
+        setsid();                                     // no terminal to ask at, whoever runs the tests
         static_cast<void>(signal(SIGPIPE, SIG_DFL));  // as in a shell, whoever runs the tests
         give(STDIN_FILENO, command.closed_input ? -1 : nothing.get());
         give(STDOUT_FILENO, output.writing.get());

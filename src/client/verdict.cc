@@ -28,7 +28,9 @@ constexpr std::array rows = std::to_array<VerdictRow>({
     {Verdict::Refused, "refused",
      "Nobody listens at the server's port: look at the port, and whether the server is running.", 5},
     {Verdict::ConnectionClosed, "connection-closed",
-     "The server closed the connection before it answered: look at its list of clients and at its log.", 5},
+     "The server closed the connection before it answered: look at its list of clients, at the "
+     "shared secret, since servers close over what they cannot verify, and at its log.",
+     5},
     {Verdict::WrongSecret, "wrong-secret",
      "The reply is not signed with this secret: compare the shared secret on both sides; a packet that was "
      "changed on its way looks the same.",

@@ -107,7 +107,7 @@ TEST_F(SendToRealServer, ReadsTheReplyAsItIsMeant) {
                                     server_->address()});
     expect_ending(run, "accepted", 0);
     EXPECT_TRUE(contains(run.output, "     Tunnel-Private-Group-ID:1 = \"42\"\n")) << run.output;
-    EXPECT_TRUE(contains(run.output, "     Tunnel-Password = (hidden)\n")) << run.output;
+    EXPECT_TRUE(contains(run.output, "     Tunnel-Password:1 = (hidden)\n")) << run.output;
     EXPECT_FALSE(contains(run.output, "tunnel secret")) << run.output;
     EXPECT_TRUE(contains(run.output, "CVE-2024-3596")) << "plain replies of this server are not signed";
     expect_ending(send({"--username", "bob", "--password", "hello", "--expect", "Tunnel-Private-Group-Id=43",

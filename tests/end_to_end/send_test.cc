@@ -1,14 +1,26 @@
 // `quarn-radius send` as a process, against peers that follow a script: every verdict with its word, its
 // sentence and its exit status.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "quarn/client/verdict.h"
 #include "testing/hex.h"
 #include "testing/process.h"
+#include "testing/pseudo_terminal.h"
 #include "testing/scratch_folder.h"
 #include "testing/tcp_peer.h"
 #include "testing/udp_peer.h"
@@ -415,6 +427,27 @@ TEST(Send, DiagnosesSilence) {
     EXPECT_TRUE(contains(run.output, "Likely cause 1: ")) << run.output;
 }
 
+// One after another the questions would take a minute, and each silent request has its lines.
+TEST(Send, DiagnosesManySilencesTogether) {
+    const ScratchFolder folder;
+    std::string requests;
+    for (int i = 0; i < 30; ++i) {
+        requests += "User-Name = \"u\"\nUser-Password = \"x\"\n\n";
+    }
+    const UdpPeer peer;
+    const ProcessResult run =
+        run_process(send_command({"-f", folder.write("requests", requests), "--diagnose", "--parallel", "30",
+                                  "--timeout", "2", "--tries", "1", peer.address()}));
+    EXPECT_EQ(run.ending, exited_with(4));
+    EXPECT_LT(run.duration, std::chrono::seconds(25));
+    std::size_t diagnosed = 0;
+    for (std::size_t at = run.output.find("Likely cause 1: "); at != std::string::npos;
+         at = run.output.find("Likely cause 1: ", at + 1)) {
+        ++diagnosed;
+    }
+    EXPECT_EQ(diagnosed, 30U);
+}
+
 TEST(Send, WarnsOfAShortSecret) {
     const UdpPeer peer({reply({.code = access_accept})});
     EXPECT_TRUE(contains(run_process(send_command(as_bob({peer.address()}))).output,
@@ -590,6 +623,269 @@ TEST(Send, WantsASecret) {
               "quarn-radius: no shared secret was given: name a file with --secret-file, or a variable with "
               "--secret-env\n");
     EXPECT_EQ(run.ending, exited_with(2));
+}
+
+TEST(Send, NamesASourceThatThisMachineDoesNotHave) {
+    const UdpPeer peer;
+    expect_verdict(run_process(send_command(as_bob({"--source", "192.0.2.99", peer.address()}))),
+                   Verdict::Unreachable);
+}
+
+/// One of the attributes of Microsoft (RFC 2548, section 2).
+Bytes microsoft_attribute(std::uint8_t type, const std::string& value) {
+    Bytes vendor = hex("0000 0137");
+    vendor.push_back(type);
+    vendor.push_back(static_cast<std::uint8_t>(value.size() + 2));
+    vendor.insert(vendor.end(), value.begin(), value.end());
+    return attribute(26, utils::to_text(vendor));
+}
+
+TEST(Send, LooksForTheProofOfMsChapV2) {
+    const UdpPeer wrong(
+        {reply({.code = access_accept,
+                .attributes = microsoft_attribute(26, std::string(1, '\0') + "S=" + std::string(40, '0'))})});
+    const ProcessResult unproved =
+        run_process(send_command(as_bob({"--method", "mschapv2", wrong.address()})));
+    expect_verdict(unproved, Verdict::NotAuthentic);
+    EXPECT_TRUE(contains(unproved.output, "\nDetail: MS-CHAP2-Success ")) << unproved.output;
+    const UdpPeer absent({reply({.code = access_accept})});
+    const ProcessResult missing =
+        run_process(send_command(as_bob({"--json", "--method", "mschapv2", absent.address()})));
+    EXPECT_TRUE(contains(missing.output, "\"id\": \"mschap2-success-missing\"")) << missing.output;
+    EXPECT_EQ(missing.ending, exited_with(0));
+}
+
+TEST(Send, ExplainsMsChapError) {
+    const UdpPeer peer(
+        {reply({.code = access_reject,
+                .attributes = microsoft_attribute(2, std::string(1, '\0') + "E=648 R=0 V=3")})});
+    const ProcessResult run = run_process(send_command(as_bob({"--method", "mschapv2", peer.address()})));
+    expect_verdict(run, Verdict::Rejected);
+    EXPECT_TRUE(contains(run.output, "648")) << run.output;
+    EXPECT_TRUE(contains(run.output, "expired")) << run.output;
+}
+
+TEST(Send, NotesOctetsAfterThePacket) {
+    const UdpPeer peer({answer([](const Bytes& request) {
+        Bytes datagram = reply_to(request, {.code = access_accept});
+        datagram.push_back(0);
+        return datagram;
+    })});
+    const ProcessResult run = run_process(send_command(as_bob({"--json", peer.address()})));
+    EXPECT_TRUE(contains(run.output, "\"verdict\": \"accepted\"")) << run.output;
+    EXPECT_TRUE(contains(run.output, "\"id\": \"trailing-octets\"")) << run.output;
+}
+
+TEST(Send, TrustsNoReplyThatIsSignedTwice) {
+    const UdpPeer peer({reply(
+        {.code = access_accept, .attributes = attribute(message_authenticator_type, std::string(16, 'x'))})});
+    const ProcessResult run = run_process(send_command(as_bob({peer.address()})));
+    EXPECT_EQ(run.ending, exited_with(6)) << run.output;
+}
+
+/// A reply whose Message-Authenticator was computed over sixteen zero octets, as FreeRADIUS 3.2 does.
+Bytes signed_over_zeros(const Bytes& request, std::uint8_t code) {
+    Bytes datagram = reply_to(request, {.code = code, .authenticator = Digest{}});
+    const Digest asked = authenticator_of(request);
+    std::copy(asked.begin(), asked.end(), datagram.begin() + 4);
+    Bytes signed_bytes = datagram;
+    const Bytes secret = utils::to_bytes("testing123");
+    signed_bytes.insert(signed_bytes.end(), secret.begin(), secret.end());
+    const Digest digest = md5(signed_bytes);
+    std::copy(digest.begin(), digest.end(), datagram.begin() + 4);
+    return datagram;
+}
+
+TEST(Send, AcceptsASignatureOverZerosWhereServersInUseMakeIt) {
+    struct Row {
+        const char* code;
+        std::uint8_t reply;
+    };
+    for (const Row& row :
+         {Row{"accounting", accounting_response}, Row{"disconnect", disconnect_ack}, Row{"coa", 44}}) {
+        SCOPED_TRACE(row.code);
+        const UdpPeer peer(
+            {answer([&row](const Bytes& request) { return signed_over_zeros(request, row.reply); })});
+        const ProcessResult run =
+            run_process(send_command({"--json", "--code", row.code, "User-Name=bob", peer.address()}));
+        EXPECT_TRUE(contains(run.output, "\"verdict\": \"accepted\"")) << run.output;
+        EXPECT_TRUE(contains(run.output, "\"id\": \"message-authenticator-over-zeros\"")) << run.output;
+    }
+    const UdpPeer peer(
+        {answer([](const Bytes& request) { return signed_over_zeros(request, access_accept); })});
+    expect_verdict(run_process(send_command(as_bob({peer.address()}))), Verdict::NotAuthentic);
+}
+
+TEST(Send, ChangesAndEndsSessionsOverTcp) {
+    struct Row {
+        const char* code;
+        std::uint8_t reply;
+        Verdict verdict;
+    };
+    for (const Row& row :
+         {Row{"coa", 44, Verdict::Accepted}, Row{"coa", coa_nak, Verdict::Rejected},
+          Row{"disconnect", disconnect_ack, Verdict::Accepted}, Row{"disconnect", 42, Verdict::Rejected}}) {
+        SCOPED_TRACE(std::string(row.code) + " " + std::to_string(row.reply));
+        const TcpPeer peer([&row](int connection) {
+            write_all(connection, reply_to(read_packet(connection), {.code = row.reply}));
+            wait_for_end(connection);
+        });
+        expect_verdict(
+            run_process(send_command({"--code", row.code, "User-Name=bob", "tcp://" + peer.address()})),
+            row.verdict);
+    }
+}
+
+TEST(Send, GoesTheWayThatItIsTold) {
+    UdpPeer peer({reply({.code = access_accept}), reply({.code = access_accept})});
+    const std::string port = std::to_string(peer.port());
+    expect_verdict(run_process(send_command(as_bob({"-4", "localhost:" + port}))), Verdict::Accepted);
+    expect_verdict(run_process(send_command(as_bob({"--interface", "lo", peer.address()}))),
+                   Verdict::Accepted);
+    const ProcessResult six = run_process(
+        send_command(as_bob({"--json", "-6", "--timeout", "0.2", "--tries", "1", "localhost:" + port})));
+    EXPECT_FALSE(contains(six.output, "\"verdict\": \"accepted\"")) << six.output;
+    const ProcessResult scoped = run_process(
+        send_command(as_bob({"--json", "--timeout", "0.2", "--tries", "1", "[fe80::1%lo]:" + port})));
+    EXPECT_TRUE(contains(scoped.output, "\"address\": \"[fe80::1%lo]:" + port + "\"")) << scoped.output;
+}
+
+TEST(Send, AnswersAnUnsignedChallengeUnlessASignatureIsRequired) {
+    const auto challenge = [] { return reply({.code = access_challenge, .message_authenticator = false}); };
+    const UdpPeer peer({challenge(), reply({.code = access_accept})});
+    const ProcessResult run = run_process(send_command(as_bob({"--answer", "one", peer.address()})));
+    expect_verdict(run, Verdict::Accepted);
+    EXPECT_TRUE(contains(run.output, "CVE-2024-3596")) << run.output;
+    UdpPeer other({challenge()});
+    expect_verdict(run_process(send_command(as_bob(
+                       {"--answer", "one", "--require-message-authenticator", "yes", other.address()}))),
+                   Verdict::MessageAuthenticatorMissing);
+    EXPECT_EQ(other.finish().size(), 1U);
+}
+
+TEST(Send, NotesThatAnAnsweredChallengeLeavesThePasswordUnproved) {
+    const UdpPeer peer({reply({.code = access_challenge}), reply({.code = access_accept})});
+    const ProcessResult run = run_process(
+        send_command(as_bob({"--json", "--method", "mschapv2", "--answer", "one", peer.address()})));
+    const std::size_t line = run.output.find('\n');
+    EXPECT_TRUE(run.output.starts_with("{\"verdict\": \"challenge\"")) << run.output;
+    EXPECT_TRUE(contains(run.output.substr(0, line), "\"answered\": true, \"exit_status\": 0")) << run.output;
+    EXPECT_FALSE(contains(run.output.substr(0, line), "mschap2-success-not-verified")) << run.output;
+    EXPECT_TRUE(contains(run.output.substr(line), "\"id\": \"mschap2-success-not-verified\"")) << run.output;
+    EXPECT_EQ(run.ending, exited_with(0));
+}
+
+TEST(Send, NotesAMissingPassword) {
+    const UdpPeer peer({reply({.code = access_reject})});
+    const ProcessResult run = run_process(send_command({"User-Name=bob", peer.address()}));
+    EXPECT_TRUE(contains(run.output, "Note: No password was given: ")) << run.output;
+}
+
+TEST(Send, WarnsOfAShortSecretOnce) {
+    const ScratchFolder folder;
+    const UdpPeer peer({reply({.code = access_accept}), reply({.code = access_accept})});
+    const ProcessResult run = run_process(send_command(
+        {"-f", folder.write("requests", "User-Name=a,User-Password=b\n\nUser-Name=a,User-Password=b\n"),
+         peer.address()}));
+    const std::string note = "Note: The shared secret has 10 octets";
+    EXPECT_EQ(run.output.find(note), run.output.rfind(note)) << run.output;
+    EXPECT_TRUE(contains(run.output, note)) << run.output;
+}
+
+TEST(Send, ShowsItsSecretsInNoListOfProcesses) {
+    UdpPeer peer;
+    Process run(send_command(as_bob({"--answer", "s3cret-answer", "--verbose", "--timeout", "5", "--tries",
+                                     "1", "Tunnel-Password:1=s3cret-tunnel", peer.address()})));
+    const auto shows_a_secret = [](const std::string& line) {
+        return contains(line, "testing123") || contains(line, "hello") || contains(line, "s3cret");
+    };
+    std::string line;
+    for (int i = 0; i < 1000 && (!contains(line, peer.address()) || shows_a_secret(line)); ++i) {
+        std::ifstream stream("/proc/" + std::to_string(run.pid()) + "/cmdline", std::ios::binary);
+        line.assign(std::istreambuf_iterator<char>(stream), {});
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_TRUE(contains(line, peer.address())) << line;
+    EXPECT_FALSE(shows_a_secret(line)) << line;
+    run.terminate();
+}
+
+/// `send` at a terminal of its own, standard input being something else.
+class AtTerminal {
+  public:
+    explicit AtTerminal(Command command) {
+        command.arguments.insert(command.arguments.begin(), command.program);
+        std::vector<char*> arguments;
+        for (std::string& argument : command.arguments) {
+            arguments.push_back(argument.data());
+        }
+        arguments.push_back(nullptr);
+        child_ = fork();
+        if (child_ == 0) {
+            setsid();
+            ioctl(terminal_.terminal.get(), TIOCSCTTY, 0);
+            dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
+            dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+            execv(arguments.front(), arguments.data());
+            _exit(127);
+        }
+    }
+    ~AtTerminal() {
+        if (child_ > 0) {
+            kill(child_, SIGKILL);
+            waitpid(child_, nullptr, 0);
+        }
+    }
+    AtTerminal(const AtTerminal&) = delete;
+    AtTerminal& operator=(const AtTerminal&) = delete;
+
+    /// What the terminal shows up to this text; all that came in thirty seconds when it never does.
+    std::string shown_until(std::string_view end) const {
+        std::string text;
+        char character = 0;
+        pollfd input{terminal_.control.get(), POLLIN, 0};
+        while (!text.ends_with(end) && poll(&input, 1, 30000) == 1 &&
+               read(terminal_.control.get(), &character, 1) == 1) {
+            text += character;
+        }
+        return text;
+    }
+
+    void type(std::string_view text) const {
+        EXPECT_EQ(write(terminal_.control.get(), text.data(), text.size()),
+                  static_cast<ssize_t>(text.size()));
+    }
+
+    int exit_status() {
+        int status = 0;
+        EXPECT_EQ(waitpid(std::exchange(child_, -1), &status, 0) > 0, true);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+  private:
+    PseudoTerminal terminal_;
+    pid_t child_ = -1;
+};
+
+TEST(Send, AsksForWhatIsMissingAtATerminal) {
+    UdpPeer peer({reply({.code = access_challenge, .attributes = attribute(reply_message_type, "Token?")}),
+                  reply({.code = access_accept})});
+    AtTerminal run({.program = QUARN_RADIUS_PROGRAM,
+                    .arguments = {"send", "-d", QUARN_SOURCE_DIR "/share/quarn/radius/dictionary.yaml",
+                                  "User-Name=bob", "--timeout", "20", peer.address()}});
+    EXPECT_EQ(run.shown_until("Shared secret: "), "Shared secret: ");
+    run.type("testing123\n");
+    EXPECT_EQ(run.shown_until(": "), "\nPassword of bob: ");
+    run.type("hello\n");
+    EXPECT_EQ(run.shown_until("? "), "\nChallenge of " + peer.address() + ": Token? ");
+    run.type("123456\n");
+    EXPECT_EQ(run.exit_status(), 0);
+    const std::vector<Datagram> requests = peer.finish();
+    ASSERT_EQ(requests.size(), 2U);
+    EXPECT_EQ(value_of(requests[0].bytes, user_password_type),
+              hidden_password("hello", "testing123", authenticator_of(requests[0].bytes)));
+    EXPECT_EQ(value_of(requests[1].bytes, user_password_type),
+              hidden_password("123456", "testing123", authenticator_of(requests[1].bytes)));
 }
 
 /// Every kind of line that --json has, held against its schema.

@@ -30,10 +30,9 @@ void store(ArgumentSecrets& secrets, std::string_view option, utils::SecretText 
 }
 
 /// Whether the argument is NAME=VALUE, or another comparison, with a name that tells of a secret.
-bool names_a_secret(std::string_view argument) {
-    const std::string name = utils::ascii_lower(argument.substr(0, argument.find_first_of("=~<>")));
-    return name.size() < argument.size() && !name.starts_with('-') &&
-           (name.find("password") != name.npos || name.find("secret") != name.npos);
+bool compares_a_secret(std::string_view argument) {
+    const std::string_view name = argument.substr(0, argument.find_first_of("=~<>"));
+    return name.size() < argument.size() && !name.starts_with('-') && names_a_secret(name);
 }
 
 /// Replaces the argument by a copy, and overwrites its value where other processes see it.
@@ -45,6 +44,11 @@ void keep_copy(ArgumentSecrets& secrets, char*& argument) {
 }
 
 }  // namespace
+
+bool names_a_secret(std::string_view name) {
+    const std::string lower = utils::ascii_lower(name);
+    return lower.find("password") != lower.npos || lower.find("secret") != lower.npos;
+}
 
 ArgumentSecrets take_secrets(int& argc, char** argv) {
     constexpr std::array options = std::to_array<std::string_view>({"--secret", "--password", "--answer"});
@@ -67,7 +71,7 @@ ArgumentSecrets take_secrets(int& argc, char** argv) {
                 store(secrets, name, take(argv[++i]));
                 continue;
             }
-        } else if (names_a_secret(argument)) {
+        } else if (compares_a_secret(argument)) {
             keep_copy(secrets, argv[i]);
         }
         argv[kept++] = argv[i];

@@ -3,6 +3,7 @@
 
 #include <list>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "quarn/utils/secret.h"
@@ -17,6 +18,9 @@ struct ArgumentSecrets {
     /// Arguments, with a zero byte at the end of each, that the command line points to now.
     std::list<std::vector<char, utils::WipingAllocator<char>>> kept = {};
 };
+
+/// Whether an attribute's or option's name tells of a secret: "password" or "secret" is in it, in any case.
+bool names_a_secret(std::string_view name);
 
 /// Takes secrets off the command line of `send`, and overwrites what other processes see of it. --secret,
 /// --password and --answer are left out with their values. An attribute with "password" or "secret" in its

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <ctime>
 #include <utility>
+#include <vector>
 
-#include "quarn/radius/value_encoding.h"
+#include "quarn/radius/pkt_load.h"
+#include "quarn/utils/ascii.h"
 #include "quarn/utils/text.h"
 #include "quarn_radius/dictionary/code_path_limits.h"
 
@@ -22,7 +25,14 @@ using radius::RadiusValue;
 
 constexpr std::uint8_t largest_tag = 0x1F;  // RFC 2868, section 3.1
 constexpr std::string_view raw_prefix = "attr-";
+constexpr std::string_view vendor_prefix = "vendor-";
+constexpr std::string_view vendor_infix = "-attr-";
+constexpr std::uint32_t vendor_specific_type = 26;  // RFC 2865, section 5.26
 constexpr std::size_t ordinary_vendor_type_size = 1;
+
+CodePath vendor_specific_path() {
+    return {vendor_specific_type};
+}
 
 std::string quoted(std::string_view text) {
     return std::string(1, '"').append(text).append(1, '"');
@@ -86,8 +96,119 @@ std::optional<std::string> decimal_of(std::string_view text) {
     return status == std::errc() && stop == end ? std::optional(std::to_string(number)) : std::nullopt;
 }
 
+/// A time as logs of requests have it, "Nov 22 2026 10:00:00 UTC", as a number of seconds. Nothing for any
+/// other text.
+std::optional<std::string> seconds_of(std::string_view text) {
+    const std::string terminated(text);
+    std::tm fields{};
+    const char* const end = strptime(terminated.c_str(), "%b %d %Y %H:%M:%S", &fields);
+    const std::string_view zone = end != nullptr ? utils::trimmed(end) : "none";
+    if (!zone.empty() && zone != "UTC" && zone != "GMT") {
+        return std::nullopt;
+    }
+    return std::to_string(timegm(&fields));
+}
+
+/// An interface id of four groups as in an IPv6 address, "0:0:0:1", as sixteen digits; what is behind "0x"
+/// without that. Nothing for any other text.
+std::optional<std::string> interface_id_digits(std::string_view text) {
+    constexpr std::size_t group_count = 4;
+    constexpr std::size_t group_size = 4;
+    if (utils::is_hex_literal(text)) {
+        return std::string(text.substr(2));
+    }
+    std::string digits;
+    const std::vector<std::string> groups = utils::split(text, ':');
+    for (const std::string& group : groups) {
+        if (group.empty() || group.size() > group_size ||
+            !std::all_of(group.begin(), group.end(), utils::is_hex_digit)) {
+            return std::nullopt;
+        }
+        digits.append(group_size - group.size(), '0').append(group);
+    }
+    return groups.size() == group_count ? std::optional(digits) : std::nullopt;
+}
+
+/// The value in a form that the dictionary's type takes, when it was written in another one.
+std::optional<std::string> other_form(const RadiusPacket& packet, const AttributeMetadata& record,
+                                      std::string_view value) {
+    switch (record.value_type) {
+        case radius::ValueType::Time:
+            if (auto seconds = seconds_of(value)) {
+                return seconds;
+            }
+            break;
+        case radius::ValueType::Ifid:
+            return interface_id_digits(value);
+        default:
+            break;
+    }
+    if (record.fixed_size != 0 && !packet.dictionary->enum_value(record.name, value)) {
+        return decimal_of(value);
+    }
+    return std::nullopt;
+}
+
+/// Whether these bytes are a Vendor-Specific that can be read back (RFC 2865, section 5.26): others would be
+/// sent, and not be shown.
+bool is_readable_vendor_value(const RadiusPacket& packet, utils::byte_span value) {
+    constexpr std::size_t header_size = 20;
+    constexpr std::size_t attribute_header_size = 2;
+    const std::size_t size = header_size + attribute_header_size + value.size();
+    if (value.size() + attribute_header_size > 255) {
+        return true;  // too long: the encoder tells
+    }
+    utils::Bytes bytes(header_size);
+    bytes[0] = 1;
+    bytes[2] = static_cast<std::uint8_t>(size >> 8);
+    bytes[3] = static_cast<std::uint8_t>(size & 0xFF);
+    bytes.push_back(std::uint8_t{vendor_specific_type});
+    bytes.push_back(static_cast<std::uint8_t>(value.size() + attribute_header_size));
+    bytes.insert(bytes.end(), value.begin(), value.end());
+    RadiusPacket decoded(packet.dictionary);
+    const auto issues = pkt_load(decoded, bytes.data(), bytes.size(), "");
+    return issues.empty() && !decoded.attributes().empty();
+}
+
+std::string add_vendor_specific(RadiusPacket& packet, std::string_view name, std::string_view value) {
+    const bool is_hex = utils::is_hex_literal(value) && value.size() % 2 == 0;
+    const utils::Bytes bytes =
+        is_hex ? utils::to_bytes(utils::hex_to_bytes(std::string(value.substr(2)))) : utils::to_bytes(value);
+    if (!is_readable_vendor_value(packet, bytes)) {
+        return std::string(name) +
+               ": no vendor's attributes are in the value; write 26.VENDOR.TYPE=0x... or an attribute's name";
+    }
+    return add_raw(packet, vendor_specific_path(), name,
+                   "0x" + utils::bytes_to_hex(bytes.data(), bytes.size()));
+}
+
 std::string add_named(RadiusPacket& packet, std::string_view name, std::string_view value) {
     return packet.try_add(name, value).message;
+}
+
+/// "Vendor-9-Attr-1" as 26.9.1. Nothing for any other text.
+std::optional<CodePath> parse_vendor_name(std::string_view name) {
+    const std::string lower = utils::ascii_lower(name);
+    const std::size_t infix = lower.find(vendor_infix);
+    if (!lower.starts_with(vendor_prefix) || infix == std::string::npos || infix < vendor_prefix.size()) {
+        return std::nullopt;
+    }
+    const auto vendor =
+        utils::parse_decimal<std::uint32_t>(name.substr(vendor_prefix.size(), infix - vendor_prefix.size()));
+    const auto type = utils::parse_decimal<std::uint32_t>(name.substr(infix + vendor_infix.size()));
+    return vendor && type ? std::optional(CodePath{vendor_specific_type, *vendor, *type}) : std::nullopt;
+}
+
+/// What is wrong with the tag behind the name of a text whose tag is optional; empty when nothing is.
+std::string problem_of_optional_tag(const radius::RadiusDictionary& dictionary, std::string_view name) {
+    const std::size_t colon = name.rfind(':');
+    if (colon == std::string_view::npos || dictionary.attribute_by_name(name).known || split_tag(name).tag) {
+        return {};
+    }
+    const AttributeMetadata& record = dictionary.attribute_by_name(name.substr(0, colon));
+    return record.optional_tag ? record.name + ": " + quoted(name.substr(colon + 1)) +
+                                     " is not a tag from 0 to " + std::to_string(largest_tag)
+                               : std::string();
 }
 
 }  // namespace
@@ -108,6 +229,9 @@ std::optional<CodePath> parse_raw_name(std::string_view name) {
     const std::string_view start = name.substr(0, raw_prefix.size());
     if (utils::CaseInsensitiveEqual{}(start, raw_prefix)) {
         name.remove_prefix(raw_prefix.size());
+    }
+    if (const auto path = parse_vendor_name(name)) {
+        return path;
     }
     CodePath path;
     for (const std::string& element : utils::split(name, '.')) {
@@ -145,12 +269,18 @@ std::string add_attribute(RadiusPacket& packet, const AttributeText& attribute) 
     const std::string_view name = attribute.name;
     const std::string_view value = attribute.value;
     if (const auto path = parse_raw_name(name); path && !is_known(packet, name)) {
+        if (packet.dictionary != nullptr && *path == vendor_specific_path()) {
+            return add_vendor_specific(packet, name, value);
+        }
         return add_raw(packet, *path, name, value);
     }
     if (packet.dictionary == nullptr) {
         return add_named(packet, name, value);
     }
     const AttributeMetadata& record = find_attribute_record(*packet.dictionary, name);
+    if (record.code == vendor_specific_path()) {
+        return add_vendor_specific(packet, name, value);
+    }
     if (record.optional_tag && !is_known(packet, name)) {
         const TaggedName parts = split_tag(name);
         std::string with_tag(value);
@@ -159,12 +289,11 @@ std::string add_attribute(RadiusPacket& packet, const AttributeText& attribute) 
         }
         return add_named(packet, parts.name, with_tag);
     }
-    if (record.fixed_size != 0 && !packet.dictionary->enum_value(record.name, value)) {
-        if (const auto decimal = decimal_of(value)) {
-            return add_named(packet, name, *decimal);
-        }
+    if (const std::string problem = problem_of_optional_tag(*packet.dictionary, name); !problem.empty()) {
+        return problem;
     }
-    return add_named(packet, name, value);
+    const auto form = other_form(packet, record, value);
+    return add_named(packet, name, form ? std::string_view(*form) : value);
 }
 
 }  // namespace quarn::quarn_radius

@@ -9,6 +9,7 @@
 #include "quarn/radius/packet_code.h"
 #include "quarn/utils/text.h"
 #include "quarn_radius/send/attribute_text.h"
+#include "quarn_radius/send/code_name.h"
 #include "quarn_radius/send/value_text.h"
 
 namespace quarn::quarn_radius {
@@ -52,11 +53,6 @@ std::optional<std::uint64_t> number_of(const RadiusValue& value, std::size_t wid
 
 std::int64_t as_signed(std::uint64_t number) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(number));
-}
-
-std::string code_text(std::uint8_t code) {
-    const std::string_view name = radius::packet_code_name(code);
-    return name.empty() ? "code " + std::to_string(code) : std::string(name);
 }
 
 /// The value as it may be shown; nothing of one that is hidden on the wire.
@@ -225,7 +221,7 @@ bool Expectation::fits(const RadiusAttribute& attribute, const RadiusValue& valu
 
 std::optional<std::string> Expectation::difference(const RadiusPacket& reply) const {
     if (kind_) {
-        return reply_kind(reply.code) == kind_ ? std::nullopt : std::optional(code_text(reply.code));
+        return reply_kind(reply.code) == kind_ ? std::nullopt : std::optional(code_name(reply.code));
     }
     std::string came;
     for (const RadiusAttribute* const attribute : reply.attributes()) {
@@ -246,6 +242,30 @@ std::optional<std::string> Expectation::difference(const RadiusPacket& reply) co
         return came.empty() ? std::nullopt : std::optional(came);
     }
     return came.empty() ? "it is not there" : came;
+}
+
+CheckedReply check_expectations(std::span<const Expectation> expectations, client::Verdict verdict,
+                                const radius::RadiusPacket* reply) {
+    CheckedReply checked{.verdict = verdict, .exit_status = client::verdict_row(verdict).exit_status};
+    if (expectations.empty() || reply == nullptr || !client::is_trusted(verdict)) {
+        return checked;
+    }
+    bool names_kind = false;
+    bool all_hold = true;
+    for (const Expectation& expectation : expectations) {
+        const auto came = expectation.difference(*reply);
+        checked.expectations.push_back({expectation.text(), came});
+        names_kind = names_kind || expectation.kind();
+        all_hold = all_hold && !came;
+    }
+    if (!names_kind && verdict != client::Verdict::Accepted) {
+        return checked;
+    }
+    if (!all_hold) {
+        checked.verdict = client::Verdict::ExpectationFailed;
+    }
+    checked.exit_status = all_hold ? 0 : client::verdict_row(checked.verdict).exit_status;
+    return checked;
 }
 
 }  // namespace quarn::quarn_radius

@@ -12,9 +12,12 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "quarn/client/verdict.h"
 #include "quarn/radius/code_path.h"
 #include "quarn/radius/dictionary.h"
 #include "quarn/radius/packet.h"
@@ -58,7 +61,7 @@ class Expectation {
   private:
     enum class Comparison : std::uint8_t { Present, Absent, Equal, Matches, Above, Below };
 
-    void parse_attribute(std::string_view name);
+    void parse_attribute(std::string_view text);
     void parse_value(std::string_view name, std::string_view value);
     void parse_limit(std::string_view number);
     bool is_below_limit(const subscriber::radius::RadiusValue& value) const;
@@ -78,5 +81,28 @@ class Expectation {
     std::shared_ptr<const NamePattern> pattern_;  // for `Matches`
     std::shared_ptr<const subscriber::radius::RadiusDictionary> dictionary_;
 };
+
+/// An expectation and what became of it.
+struct CheckedExpectation {
+    std::string text;                 ///< as it was written
+    std::optional<std::string> came;  ///< what came instead; nothing when the reply is as expected
+
+    /// Member by member.
+    bool operator==(const CheckedExpectation&) const = default;
+};
+
+/// A reply held against all expectations.
+struct CheckedReply {
+    client::Verdict verdict;
+    int exit_status = 0;
+    std::vector<CheckedExpectation> expectations = {};  ///< empty when the reply was not looked at
+};
+
+/// Holds a reply against the expectations. The reply may be null; one that the verdict does not trust, and no
+/// expectations at all, leave verdict and exit status as they are. When all hold, the exit status is 0 and
+/// the verdict stays. When one fails, the verdict is `ExpectationFailed`; but where no kind of reply is
+/// expected, success is, and a verdict other than `Accepted` tells already that it did not come.
+CheckedReply check_expectations(std::span<const Expectation> expectations, client::Verdict verdict,
+                                const subscriber::radius::RadiusPacket* reply);
 
 }  // namespace quarn::quarn_radius

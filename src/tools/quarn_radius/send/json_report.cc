@@ -8,6 +8,7 @@
 #include "quarn/client/server.h"
 #include "quarn/radius/code_path.h"
 #include "quarn/utils/text.h"
+#include "quarn_radius/send/code_name.h"
 #include "quarn_radius/send/value_text.h"
 
 namespace quarn::quarn_radius {
@@ -34,13 +35,13 @@ std::string attribute_json(const radius::RadiusAttribute& attribute, const radiu
     object.add("name", utf8(attribute.display_name()));
     object.add("code", radius::radius_code_path_to_string(attribute.code_path));
     object.add("type", utf8(attribute.metadata->type));
+    if (parts.tag) {
+        object.add("tag", std::uint32_t{*parts.tag});
+    }
     if (is_hidden_value(attribute) && !show_hidden) {
         object.add("hidden", true);
         object.add_null("value");
         return object.text();
-    }
-    if (parts.tag) {
-        object.add("tag", std::uint32_t{*parts.tag});
     }
     object.add("value", value_text(attribute, value, dictionary).text);
     object.add("hex", utils::bytes_to_hex(parts.bytes.data(), parts.bytes.size()));
@@ -135,6 +136,9 @@ std::string outcome_json(const Outcome& outcome, const ReportStyle& style, std::
         const client::VerdictRow& row = client::verdict_row(*outcome.verdict);
         object.add("verdict", row.word);
         object.add("sentence", sentence_of(outcome));
+        if (outcome.is_answered) {
+            object.add("answered", true);
+        }
     } else {
         object.add_null("verdict");
     }

@@ -14,12 +14,6 @@ std::string_view sentence_of(const Outcome& outcome) {
                                : client::verdict_row(*outcome.verdict).sentence;
 }
 
-std::string code_name(std::uint8_t code) {
-    constexpr std::uint8_t protocol_error = 52;  // RFC 7930, section 4
-    const std::string_view name = code == protocol_error ? "Protocol-Error" : radius::packet_code_name(code);
-    return name.empty() ? "code " + std::to_string(code) : std::string(name);
-}
-
 radius::RadiusPacket packet_of_request(utils::byte_span datagram, std::string_view secret,
                                        const std::shared_ptr<const radius::RadiusDictionary>& dictionary) {
     constexpr std::size_t authenticator_offset = 4;

@@ -14,27 +14,17 @@
 #include "quarn/radius/dictionary.h"
 #include "quarn/radius/packet.h"
 #include "quarn/utils/bytes.h"
+#include "quarn_radius/send/expectation.h"
+#include "quarn_radius/send/remark.h"
 
 namespace quarn::quarn_radius {
-
-/// A remark of the program's own, beside the client's notes.
-struct Remark {
-    std::string word;  ///< for programs: lower-case letters and hyphens
-    std::string text;  ///< for people
-};
-
-/// An expectation and what became of it.
-struct CheckedExpectation {
-    std::string text;                 ///< as it was written
-    std::optional<std::string> came;  ///< what came instead; nothing when the reply is as expected
-};
 
 /// What is told of one exchange.
 struct Outcome {
     const client::Report* report = nullptr;       ///< never null
     std::optional<client::Verdict> verdict = {};  ///< nothing for a dry run
     bool is_answered = false;                     ///< a challenge that the next exchange answers
-    int exit_status = 0;                          ///< of a run with nothing but this exchange
+    int exit_status = 0;          ///< of a run with nothing but this exchange; 0 when `is_answered`
     std::string origin = {};      ///< where the request was written, "file:line"; may be empty
     std::string session_id = {};  ///< Acct-Session-Id of an Accounting-Request; else empty
     std::vector<CheckedExpectation> expectations = {};
@@ -51,9 +41,6 @@ struct ReportStyle {
 
 /// The verdict's sentence; another one for a challenge that was answered. The outcome has a verdict.
 std::string_view sentence_of(const Outcome& outcome);
-
-/// A name for a code that may be unknown: "Access-Request", "code 99".
-std::string code_name(std::uint8_t code);
 
 /// The packet that these bytes of a request hold. Hidden values are in clear when the secret is not empty;
 /// with an empty one they are the bytes on the wire. Throws `std::runtime_error` for bytes that are no

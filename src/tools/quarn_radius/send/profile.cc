@@ -11,6 +11,7 @@
 #include "quarn/utils/nearest_name.h"
 #include "quarn/utils/whole_file.h"
 #include "quarn_radius/dictionary/problem.h"
+#include "quarn_radius/send/argument_secrets.h"
 
 namespace quarn::quarn_radius {
 
@@ -91,6 +92,7 @@ class ProfileReader {
         } else if (key == "attributes") {
             read_attributes(value, line);
         } else {
+            refuse_secret(key, line);
             fail(line, "unknown key \"" + key + "\"" + utils::suggestion(key, keys));
         }
     }
@@ -122,12 +124,20 @@ class ProfileReader {
         for (const auto& option : options) {
             const std::uint32_t option_line = line_of(option.first);
             const std::string name = scalar(option.first, option_line, "an option's name");
-            if (name == "secret" || name == "password" || name == "answer") {
-                fail(option_line, "'" + name +
-                                      "' does not belong in a profile; name a file with secret-file or "
-                                      "password-file");
-            }
+            refuse_secret(name, option_line);
             add_options(name, option.second, option_line);
+        }
+    }
+
+    [[noreturn]] void fail_for_secret(const std::string& name, std::uint32_t line) const {
+        fail(line,
+             "'" + name + "' does not belong in a profile; name a file with secret-file or password-file");
+    }
+
+    /// Fails for an option that is a secret itself.
+    void refuse_secret(const std::string& name, std::uint32_t line) const {
+        if (name == "secret" || name == "password" || name == "answer") {
+            fail_for_secret(name, line);
         }
     }
 
@@ -140,6 +150,9 @@ class ProfileReader {
             const std::string name = scalar(attribute.first, name_line, "an attribute's name");
             if (name.empty()) {
                 fail(name_line, "an attribute's name is missing");
+            }
+            if (names_a_secret(name)) {
+                fail_for_secret(name, name_line);
             }
             if (!attribute.second.IsSequence()) {
                 add_attribute_text(name, scalar(attribute.second, name_line, name), name_line);

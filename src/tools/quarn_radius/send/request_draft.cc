@@ -47,30 +47,28 @@ constexpr std::array passed_over = std::to_array<std::string_view>({
     "Response-Packet-Type",
 });
 
+/// Other items of this kind begin so.
+constexpr std::string_view other_client = "Radclient-";
+
+// Values of Service-Type (RFC 2865, section 5.6; RFC 5176, section 3.1) that ask for no password.
+constexpr std::uint8_t call_check = 10;
+constexpr std::uint8_t authorize_only = 17;
+
 constexpr std::size_t chap_password_size = 17;  // an identifier and a digest (RFC 2865, section 5.3)
 constexpr std::size_t mac_address_size = 6;
 
-bool is_name(std::string_view left, std::string_view right) {
-    return utils::CaseInsensitiveEqual{}(left, right);
+/// Whether an attribute proves who the user is, whatever the dictionary calls it: User-Password,
+/// CHAP-Password, ARAP-Password, EAP-Message, Digest-Response, MS-CHAP-Response and MS-CHAP2-Response.
+bool is_credential(const radius::CodePath& path) {
+    constexpr std::array standard = std::to_array<std::uint32_t>({2, 3, 70, 79, 103});
+    if (path.size() == 1) {
+        return std::find(standard.begin(), standard.end(), path[0]) != standard.end();
+    }
+    return path == radius::CodePath{26, 311, 1} || path == radius::CodePath{26, 311, 25};
 }
 
-/// The address as RFC 3580, section 3.21 has it in Calling-Station-Id. Nothing when it is none.
-std::optional<std::string> calling_station_id(std::string_view address) {
-    std::string digits;
-    for (const char character : address) {
-        if (utils::is_hex_literal(std::string("0x") + character)) {
-            digits += character >= 'a' ? static_cast<char>(character - 'a' + 'A') : character;
-        } else if (character != ':' && character != '-' && character != '.') {
-            return std::nullopt;
-        }
-    }
-    if (digits.size() != 2 * mac_address_size) {
-        return std::nullopt;
-    }
-    for (std::size_t at = digits.size() - 2; at > 0; at -= 2) {
-        digits.insert(at, 1, '-');
-    }
-    return digits;
+bool is_name(std::string_view left, std::string_view right) {
+    return utils::CaseInsensitiveEqual{}(left, right);
 }
 
 class DraftBuilder {
@@ -82,19 +80,13 @@ class DraftBuilder {
     }
 
     RequestDraft build(std::span<const PlacedAttribute> attributes, std::uint8_t identifier) {
-        if (!settings_.mac_address.empty()) {
-            calling_station_id_ = calling_station_id(settings_.mac_address);
-            if (!calling_station_id_) {
-                fail({}, "--mac: \"" + settings_.mac_address + "\" is no MAC address");
-            }
-        }
         choose_code(attributes);
         RadiusPacket& packet = draft_.packet;
         packet.code = code_;
         packet.identifier = identifier;
         packet.authenticator = radius::random_authenticator();
         if (wants_message_authenticator(attributes)) {
-            packet.add_attribute("Message-Authenticator", utils::as_text(radius::ZERO16));
+            add_message_authenticator();
         }
         const bool names_user = has_attribute(attributes, "User-Name");
         if (!names_user) {
@@ -105,6 +97,7 @@ class DraftBuilder {
         }
         if (code_ == radius::ACCESS_REQUEST) {
             add_credentials();
+            look_for_password();
         }
         if (!settings_.bare) {
             add_nas_attributes();
@@ -144,6 +137,15 @@ class DraftBuilder {
                has_attribute(attributes, "Message-Authenticator");
     }
 
+    /// By number, so that a dictionary without it will do.
+    void add_message_authenticator() {
+        constexpr std::uint32_t type = 80;  // RFC 2869, section 5.14
+        RadiusAttribute signature(draft_.packet.dictionary->top_level_attribute(type), {type},
+                                  "Message-Authenticator");
+        signature.values.emplace_back("octets", radius::Bytes(radius::ZERO16.size()), std::uint8_t{0}, false);
+        draft_.packet.add_attribute(std::move(signature));
+    }
+
     void add_user_name() {
         const std::string& name = settings_.username.empty() && code_ == radius::ACCESS_REQUEST
                                       ? settings_.mac_address
@@ -178,9 +180,11 @@ class DraftBuilder {
             std::find_if(passed_over.begin(), passed_over.end(),
                          [name](std::string_view item) { return is_name(name, item); });
         if (steering != passed_over.end()) {
-            draft_.notes.push_back((attribute.place.empty() ? "" : attribute.place + ": ") +
-                                   std::string(*steering) +
-                                   " is passed over: options say where a request goes to");
+            pass_over(attribute, "options say where a request goes to");
+            return;
+        }
+        if (is_name(name.substr(0, other_client.size()), other_client)) {
+            pass_over(attribute, "it is meant for another client");
             return;
         }
         if (code_ == radius::ACCESS_REQUEST && take_password(name, value)) {
@@ -189,6 +193,12 @@ class DraftBuilder {
         if (const std::string problem = add_attribute(draft_.packet, *attribute.text); !problem.empty()) {
             fail(attribute.place, problem);
         }
+    }
+
+    void pass_over(const PlacedAttribute& attribute, const char* reason) {
+        const std::string place = attribute.place.empty() ? "" : attribute.place + ": ";
+        draft_.remarks.push_back(
+            {"passed-over", place + attribute.text->name + " is passed over: " + reason});
     }
 
     /// Whether the attribute is the password for a method.
@@ -223,8 +233,10 @@ class DraftBuilder {
 
     void add_credentials() {
         const std::optional<utils::SecretText> secret = password();
-        const bool has_own = draft_.packet.find_attribute("CHAP-Password") != nullptr ||
-                             draft_.packet.find_attribute("EAP-Message") != nullptr;
+        const std::vector<const RadiusAttribute*> attributes = draft_.packet.attributes();
+        const bool has_own =
+            std::any_of(attributes.begin(), attributes.end(),
+                        [](const RadiusAttribute* attribute) { return is_credential(attribute->code_path); });
         if (!secret || (has_own && !password_)) {
             return;
         }
@@ -238,13 +250,33 @@ class DraftBuilder {
         draft_.mschapv2 = added->mschapv2;
     }
 
+    void look_for_password() {
+        const RadiusPacket& packet = draft_.packet;
+        const RadiusAttribute* const user = packet.find_attribute("User-Name");
+        const std::vector<const RadiusAttribute*> attributes = packet.attributes();
+        const bool has_credential =
+            std::any_of(attributes.begin(), attributes.end(),
+                        [](const RadiusAttribute* attribute) { return is_credential(attribute->code_path); });
+        const RadiusAttribute* const service = packet.find_attribute("Service-Type");
+        const bool wants_none = service != nullptr && !service->values.empty() &&
+                                service->values.front().data.size() == 4 &&
+                                (service->values.front().data[3] == call_check ||
+                                 service->values.front().data[3] == authorize_only);
+        if (user == nullptr || user->values.empty() || has_credential || wants_none) {
+            return;
+        }
+        draft_.lacks_password = true;
+        draft_.remarks.push_back(
+            {"no-password", "No password was given: the request has a User-Name and no credential."});
+    }
+
     void add_nas_attributes() {
         switch (code_) {
             case radius::ACCESS_REQUEST:
                 add_nas_name();
                 add_port();
-                if (calling_station_id_) {
-                    add_default("Calling-Station-Id", *calling_station_id_);
+                if (const auto station = calling_station_id(settings_.mac_address)) {
+                    add_default("Calling-Station-Id", *station);
                 }
                 break;
             case radius::ACCOUNTING_REQUEST:
@@ -295,11 +327,28 @@ class DraftBuilder {
     std::uint8_t code_;
     CredentialMethod method_;
     std::optional<utils::SecretText> password_;
-    std::optional<std::string> calling_station_id_;
     RequestDraft draft_;
 };
 
 }  // namespace
+
+std::optional<std::string> calling_station_id(std::string_view address) {
+    std::string digits;
+    for (const char character : address) {
+        if (utils::is_hex_literal(std::string("0x") + character)) {
+            digits += character >= 'a' ? static_cast<char>(character - 'a' + 'A') : character;
+        } else if (character != ':' && character != '-' && character != '.') {
+            return std::nullopt;
+        }
+    }
+    if (digits.size() != 2 * mac_address_size) {
+        return std::nullopt;
+    }
+    for (std::size_t at = digits.size() - 2; at > 0; at -= 2) {
+        digits.insert(at, 1, '-');
+    }
+    return digits;
+}
 
 RequestDraft::~RequestDraft() {
     for (const std::string_view name : {"User-Password", "Tunnel-Password"}) {
@@ -339,6 +388,7 @@ NasFacts facts_of_this_machine() {
     facts.now = static_cast<std::uint32_t>(std::chrono::duration_cast<std::chrono::seconds>(now).count());
     const radius::Authenticator random = radius::random_authenticator();
     facts.session_id = utils::bytes_to_hex(random.data(), 8);
+    facts.first_identifier = random.back();
     return facts;
 }
 

@@ -21,7 +21,7 @@ namespace {
 constexpr std::size_t max_file_size = std::size_t{16} << 20;
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
-/// Longest first: "=" begins none of the others, but ends some.
+/// An operator stands behind those that it begins: "=" behind "==", ">" behind ">=".
 constexpr std::array operators = std::to_array<std::string_view>(
     {":=", "+=", "==", "!=", ">=", "<=", "=~", "!~", "=*", "!*", "-=", "^=", "=", "<", ">"});
 
@@ -196,23 +196,30 @@ class LineReader {
     std::string_view rest_;
 };
 
-/// Reads one attribute at the place, whose file and line stand in notes.
-FileAttribute read_pair(LineReader& reader, const Place& place, Problems& notes) {
+/// Reads one attribute at the place into the request; one that is compared becomes a note.
+void read_pair(LineReader& reader, const Place& place, FileRequest& request) {
     FileAttribute attribute;
     attribute.line = place.line;
     attribute.text.name = reader.name();
     const std::string_view comparison = reader.comparison();
-    if (comparison == ":=" || comparison == "+=" || comparison == "==") {
-        notes.push_back(
-            {place.file, place.line, Severity::Note,
-             attribute.text.name + ": the operator " + std::string(comparison) + " is read as ="});
-    } else if (comparison != "=") {
-        throw std::invalid_argument("the operator " + std::string(comparison) +
-                                    " compares; a request has NAME = VALUE");
-    }
+    const std::string name = attribute.text.name;
+    const std::string sign(comparison);
     attribute.text.value = reader.value();
     reader.end_pair();
-    return attribute;
+    const bool is_read = comparison == ":=" || comparison == "+=" || comparison == "==";
+    if (comparison == "=" || is_read) {
+        request.attributes.push_back(std::move(attribute));
+    }
+    if (comparison != "=") {
+        request.notes.push_back(
+            {place.file, place.line, Severity::Note,
+             is_read ? name + ": the operator " + sign + " is read as ="
+                     : name + " is left out: the operator " + sign + " gives no value to send"});
+    }
+}
+
+bool is_empty(const FileRequest& request) {
+    return request.attributes.empty() && request.notes.empty();
 }
 
 bool is_blank_line(std::string_view line) {
@@ -222,7 +229,10 @@ bool is_blank_line(std::string_view line) {
 void read_line(std::string_view line, const Place& place, FileRequest& request) {
     LineReader reader(line);
     while (!reader.at_end()) {
-        request.attributes.push_back(read_pair(reader, place, request.notes));
+        if (is_empty(request)) {
+            request.line = place.line;
+        }
+        read_pair(reader, place, request);
     }
 }
 
@@ -256,7 +266,7 @@ RequestFile parse_request_file(std::string_view text, const std::string& name) {
     RequestFile file{.name = name, .requests = {}};
     FileRequest request;
     const auto end_request = [&] {
-        if (!request.attributes.empty()) {
+        if (!is_empty(request)) {
             file.requests.push_back(std::exchange(request, {}));
         }
     };

@@ -12,9 +12,12 @@
 //
 //     line      = [pair *("," pair) [","]] [comment]
 //     pair      = NAME operator value
-//     operator  = "=" / ":=" / "+=" / "=="
+//     operator  = "=" / ":=" / "+=" / "==" / comparison
+//     comparison = "!=" / ">=" / "<=" / ">" / "<" / "=~" / "!~" / "=*" / "!*" / "-=" / "^="
 //     value     = "'" text "'" / DQUOTE text-with-escapes DQUOTE / word
 //     comment   = "#" to the end of the line
+//
+// ":=", "+=" and "==" are read as "=". A pair with a comparison is left out: it filters replies elsewhere.
 //
 // Escapes between double quotes: \\ \" \' \n \r \t, \x and two hexadecimal digits, and three octal digits.
 // Between single quotes only \' and \\ mean anything but themselves. A word ends at a blank, a comma or "#".
@@ -39,8 +42,9 @@ struct FileAttribute {
 
 /// One request.
 struct FileRequest {
-    std::vector<FileAttribute> attributes;  ///< in order, at least one
-    Problems notes;                         ///< operators that were read as "="
+    std::uint32_t line = 1;                 ///< where it begins, 1-based
+    std::vector<FileAttribute> attributes;  ///< in order
+    Problems notes;                         ///< operators that were read as "=", attributes left out
 };
 
 /// What a file holds.

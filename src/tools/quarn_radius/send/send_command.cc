@@ -37,7 +37,8 @@ Exit status:
   3  a file cannot be read
   4  no answer
   5  the server cannot be resolved or reached, refuses or closes the connection
-  6  what came cannot be trusted or read)";
+  6  what came cannot be trusted or read
+  7  kept for TLS and EAP)";
 
 }  // namespace
 

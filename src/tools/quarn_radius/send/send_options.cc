@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <iterator>
+#include <optional>
 #include <set>
 #include <span>
 #include <stdexcept>
@@ -22,6 +23,15 @@ constexpr double longest_time = 86400;  // a day, so that no sum of times overfl
 
 void add_text(CLI::App& command, const char* name, std::string& value, const char* type, const char* help) {
     command.add_option(name, value, help)->type_name(type);
+}
+
+/// An option with a secret. `take_secrets` has it already, where that was called.
+void add_secret(CLI::App& command, const char* name, std::optional<utils::SecretText>& secret,
+                const char* help) {
+    command
+        .add_option_function<std::string>(
+            name, [&secret](const std::string& text) { secret = text; }, help)
+        ->type_name("TEXT");
 }
 
 /// An option that may be given several times, with one value each time.
@@ -59,16 +69,23 @@ void add_what_to_send(CLI::App& command, SendOptions& options) {
 void add_credentials(CLI::App& command, SendOptions& options) {
     add_text(command, "--secret-file", options.secret_file, "FILE", "Read the shared secret from a file");
     add_text(command, "--secret-env", options.secret_variable, "NAME", "Take it from the environment");
-    add_text(command, "--secret", options.secret, "TEXT", "The shared secret itself");
+    add_secret(command, "--secret", options.taken.secret, "The shared secret itself");
     add_text(command, "--username", options.username, "NAME", "User-Name");
     add_text(command, "--password-file", options.password_file, "FILE", "Read the password from a file");
     add_text(command, "--password-env", options.password_variable, "NAME", "Take it from the environment");
-    add_text(command, "--password", options.password, "TEXT", "The password itself");
+    add_secret(command, "--password", options.taken.password, "The password itself");
     add_text(command, "--method", options.method, "METHOD", "pap (default), chap, mschap or mschapv2");
     add_text(command, "--mac", options.mac_address, "ADDRESS",
              "MAC authentication: the address, written as the\nNAS writes it, is user name and password");
-    add_texts(command, "--answer", options.answers, "TEXT",
-              "Answer the next challenge; several times: one each");
+    command
+        .add_option_function<std::vector<std::string>>(
+            "--answer",
+            [&options](const std::vector<std::string>& texts) {
+                options.taken.answers.assign(texts.begin(), texts.end());
+            },
+            "Answer the next challenge; several times: one each")
+        ->type_name("TEXT")
+        ->allow_extra_args(false);
 }
 
 void add_how_to_wait(CLI::App& command, SendOptions& options) {
@@ -196,6 +213,15 @@ bool is_server_operand(const std::string& operand) {
     return operand.find('=') == std::string::npos;
 }
 
+std::string place_prefix(const SendOptions& options, const std::string& option, std::size_t index) {
+    const auto lines = options.profile_lines.find(option);
+    if (lines == options.profile_lines.end() || lines->second.empty()) {
+        return {};
+    }
+    const std::size_t last = lines->second.size() - 1;  // of an option that takes one value, the last counts
+    return place_text({options.profile_file, lines->second[std::min(index, last)]}) + ": ";
+}
+
 void add_send_options(CLI::App& command, SendOptions& options) {
     command
         .add_option("SERVER", options.operands,
@@ -217,6 +243,7 @@ void apply_profile(CLI::App& command, const Profile& profile, SendOptions& optio
         }
         if (!command_line.decides(setting.name)) {
             set_option(*option, profile, setting);
+            options.profile_lines[setting.name].push_back(setting.line);
         }
     }
     options.profile_file = profile.file;

@@ -1,6 +1,9 @@
 // The command line of `send`: the options as they were typed, and the profile that fills in the rest.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -32,13 +35,10 @@ struct SendOptions {
     std::string username;
     std::string method = "pap";
     std::string mac_address;
-    std::string secret;  ///< of the profile; that of the command line is among `taken`
     std::string secret_file;
     std::string secret_variable;
-    std::string password;  ///< of the profile
     std::string password_file;
     std::string password_variable;
-    std::vector<std::string> answers;  ///< of the profile
 
     double timeout = 3;  ///< seconds
     int tries = 3;
@@ -56,10 +56,15 @@ struct SendOptions {
     bool json = false;
     std::string profile;
 
-    ArgumentSecrets taken;  ///< off the command line
+    ArgumentSecrets taken;  ///< --secret, --password and --answer
     std::vector<FileAttribute> profile_attributes;
-    std::string profile_file;  ///< the profile's path; empty: none
+    std::string profile_file;                                         ///< the profile's path; empty: none
+    std::map<std::string, std::vector<std::uint32_t>> profile_lines;  ///< by long option, a line a value
 };
+
+/// "FILE:LINE: " for a value of an option, counted from 0 on, that the profile set; empty for one of the
+/// command line. The option is named without its dashes.
+std::string place_prefix(const SendOptions& options, const std::string& option, std::size_t index);
 
 /// Whether an operand is a server, and no attribute.
 bool is_server_operand(const std::string& operand);

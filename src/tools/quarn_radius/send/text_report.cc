@@ -9,6 +9,7 @@
 #include "common/terminal_text.h"
 #include "quarn/client/server.h"
 #include "quarn/utils/text.h"
+#include "quarn_radius/send/code_name.h"
 #include "quarn_radius/send/value_text.h"
 
 namespace quarn::quarn_radius {
@@ -37,7 +38,7 @@ std::string packet_text(const radius::RadiusPacket& packet, bool show_hidden) {
         for (const radius::RadiusValue& value : attribute->values) {
             text += indent;
             text += is_hidden_value(*attribute) && !show_hidden
-                        ? tools::terminal_text(attribute->display_name()) + " = (hidden)"
+                        ? tools::terminal_text(name_with_tag(*attribute, value)) + " = (hidden)"
                         : attribute_line(*attribute, value, packet.dictionary.get());
             text += '\n';
         }
@@ -148,9 +149,6 @@ std::string verdict_text(const Outcome& outcome, bool with_sentence) {
     std::string text = tools::colourise(colour_of(outcome.exit_status), row.word);
     if (with_sentence) {
         text += ": " + std::string(sentence_of(outcome));
-        if (!outcome.report->detail.empty()) {
-            text += ' ' + tools::terminal_text(outcome.report->detail);
-        }
         if (outcome.report->offset) {
             text += " (at octet " + std::to_string(*outcome.report->offset) + ")";
         }
@@ -199,6 +197,9 @@ std::string outcome_text(const Outcome& outcome, const ReportStyle& style, std::
     text += remarks_text(outcome);
     if (outcome.diagnosis != nullptr) {
         text += diagnosis_text(*outcome.diagnosis);
+    }
+    if (!outcome.report->detail.empty()) {
+        text += "Detail: " + tools::terminal_text(outcome.report->detail) + '\n';
     }
     if (outcome.verdict) {
         text += verdict_text(outcome, true);

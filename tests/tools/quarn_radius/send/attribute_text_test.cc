@@ -62,8 +62,10 @@ TEST(ParseRawName, ReadsPathsWithAndWithoutTheirPrefix) {
     EXPECT_EQ(parse_raw_name("26.9.1"), (CodePath{26, 9, 1}));
     EXPECT_EQ(parse_raw_name("Attr-26.9.1"), (CodePath{26, 9, 1}));
     EXPECT_EQ(parse_raw_name("attr-245"), (CodePath{245}));
+    EXPECT_EQ(parse_raw_name("Vendor-9-Attr-1"), (CodePath{26, 9, 1}));
     for (const char* const text :
-         {"", "26.", ".26", "26..1", "26.x", "attr-", "-1", "User-Name", "4294967296"}) {
+         {"Vendor-9-Attr-", "Vendor--Attr-1", "Vendor-Attr-1", "Vendor-x-Attr-1", "Vendor-9-Attr-1.2", "",
+          "26.", ".26", "26..1", "26.x", "attr-", "-1", "User-Name", "4294967296"}) {
         EXPECT_FALSE(parse_raw_name(text)) << text;
     }
 }
@@ -99,6 +101,34 @@ TEST(AddAttribute, TakesHexadecimalForOctetsAndNumbers) {
     EXPECT_EQ(added("User-Name=0x626f62"), "User-Name = \"0x626f62\"\n");
 }
 
+TEST(AddAttribute, TakesTimesAsLogsHaveThem) {
+    EXPECT_EQ(added("Event-Timestamp=Nov 22 2026 10:00:00 UTC"), "Event-Timestamp = 2026-11-22T10:00:00Z\n");
+    EXPECT_EQ(added("Event-Timestamp=Nov  2 2026 10:00:00"), "Event-Timestamp = 2026-11-02T10:00:00Z\n");
+    EXPECT_EQ(added("Event-Timestamp=Nov 22 2026 10:00:00 CET"),
+              "Event-Timestamp: \"Nov 22 2026 10:00:00 CET\" is not a time such as 2024-01-31T12:00:00Z");
+    EXPECT_EQ(added("Event-Timestamp=1700000000"), "Event-Timestamp = 2023-11-14T22:13:20Z\n");
+}
+
+TEST(AddAttribute, TakesInterfaceIdsAsGroups) {
+    EXPECT_EQ(added("Framed-Interface-Id=0:0:0:1"), "Framed-Interface-Id = 00:00:00:00:00:00:00:01\n");
+    EXPECT_EQ(added("Framed-Interface-Id=fe80:2:30:0004"), "Framed-Interface-Id = fe:80:00:02:00:30:00:04\n");
+    EXPECT_EQ(added("Framed-Interface-Id=0x0000000000000001"),
+              "Framed-Interface-Id = 00:00:00:00:00:00:00:01\n");
+    EXPECT_EQ(added("Framed-Interface-Id=01:02:03:04:05:06:07:08"),
+              "Framed-Interface-Id = 01:02:03:04:05:06:07:08\n");
+    EXPECT_NE(added("Framed-Interface-Id=0:0:0:12345"), "");
+}
+
+// What cannot be read back would be sent and not be shown.
+TEST(AddAttribute, TakesVendorSpecificThatCanBeReadBack) {
+    const std::string reason =
+        ": no vendor's attributes are in the value; write 26.VENDOR.TYPE=0x... or an attribute's name";
+    EXPECT_EQ(added("Vendor-Specific=x"), "Vendor-Specific" + reason);
+    EXPECT_EQ(added("26=0x00000009"), "26" + reason);
+    EXPECT_EQ(added("26=0x000000090109"), "26" + reason);
+    EXPECT_NE(added("26=0x000000090103613d").find("0x000000090103613d"), std::string::npos);
+}
+
 TEST(AddAttribute, TakesTags) {
     EXPECT_EQ(added("Tunnel-Type:1=VLAN"), "Tunnel-Type:1 = VLAN\n");
     EXPECT_EQ(added("Tunnel-Type=VLAN"), "Tunnel-Type = VLAN\n");
@@ -116,7 +146,15 @@ TEST(AddAttribute, PutsAnOptionalTagInFrontOfTheText) {
     EXPECT_EQ(data_of("Tunnel-Private-Group-ID=42"), "0x3432");
 }
 
+TEST(AddAttribute, TellsATagThatIsNone) {
+    EXPECT_EQ(added("Tunnel-Private-Group-ID:32=42"),
+              "Tunnel-Private-Group-ID: \"32\" is not a tag from 0 to 31");
+    EXPECT_EQ(added("Tunnel-Private-Group-ID:x=42"),
+              "Tunnel-Private-Group-ID: \"x\" is not a tag from 0 to 31");
+}
+
 TEST(AddAttribute, TakesAttributesByNumber) {
+    EXPECT_EQ(added("Vendor-9-Attr-1=0x613d31"), "Cisco-AVPair = \"a=1\"\n");
     EXPECT_EQ(added("26.9.1=0x613d31"), "Cisco-AVPair = \"a=1\"\n");
     EXPECT_EQ(added("Attr-26.9.1=0x613d31"), "Cisco-AVPair = \"a=1\"\n");
     EXPECT_EQ(added("26.32473.7=0x00ff"), "attr-26.32473.7 = 0x00ff\n");

@@ -169,5 +169,60 @@ TEST(Expectation, MatchesBeyondAZeroByte) {
               std::nullopt);
 }
 
+CheckedReply checked(const std::vector<std::string>& expected, client::Verdict verdict, std::uint8_t code) {
+    std::vector<Expectation> expectations;
+    for (const std::string& text : expected) {
+        expectations.push_back(Expectation::parse(text, test::shipped_dictionary()));
+    }
+    const radius::RadiusPacket packet = reply(code, attributes);
+    return check_expectations(expectations, verdict, &packet);
+}
+
+TEST(CheckExpectations, EndsWith0WhenAllHoldWhateverTheWord) {
+    const CheckedReply reply =
+        checked({"reject", "Filter-Id"}, client::Verdict::Rejected, radius::ACCESS_REJECT);
+    EXPECT_EQ(reply.verdict, client::Verdict::Rejected);
+    EXPECT_EQ(reply.exit_status, 0);
+    EXPECT_EQ(reply.expectations,
+              (std::vector<CheckedExpectation>{{"reject", std::nullopt}, {"Filter-Id", std::nullopt}}));
+}
+
+TEST(CheckExpectations, FailsWhenOneDoes) {
+    const CheckedReply reply =
+        checked({"accept", "Filter-Id=x"}, client::Verdict::Accepted, radius::ACCESS_ACCEPT);
+    EXPECT_EQ(reply.verdict, client::Verdict::ExpectationFailed);
+    EXPECT_EQ(reply.exit_status, 1);
+    EXPECT_EQ(reply.expectations,
+              (std::vector<CheckedExpectation>{{"accept", std::nullopt}, {"Filter-Id=x", "\"guests\""}}));
+}
+
+TEST(CheckExpectations, WithoutAKindWantsSuccess) {
+    EXPECT_EQ(checked({"Filter-Id"}, client::Verdict::Accepted, radius::ACCESS_ACCEPT).exit_status, 0);
+    const CheckedReply reply = checked({"Filter-Id"}, client::Verdict::Rejected, radius::ACCESS_REJECT);
+    EXPECT_EQ(reply.verdict, client::Verdict::Rejected);
+    EXPECT_EQ(reply.exit_status, 1);
+    EXPECT_EQ(reply.expectations.size(), 1U);
+}
+
+TEST(CheckExpectations, LooksAtNothingThatIsNotTrusted) {
+    const CheckedReply reply = checked({"accept"}, client::Verdict::WrongSecret, radius::ACCESS_ACCEPT);
+    EXPECT_EQ(reply.verdict, client::Verdict::WrongSecret);
+    EXPECT_EQ(reply.exit_status, 6);
+    EXPECT_TRUE(reply.expectations.empty());
+    const std::vector<Expectation> one = {Expectation::parse("accept", test::shipped_dictionary())};
+    EXPECT_EQ(check_expectations(one, client::Verdict::NoAnswer, nullptr).exit_status, 4);
+    EXPECT_TRUE(checked({}, client::Verdict::Accepted, radius::ACCESS_ACCEPT).expectations.empty());
+}
+
+TEST(Expectation, TellsATagThatIsNone) {
+    EXPECT_EQ(
+        problem_of("Tunnel-Private-Group-ID:33=42"),
+        "--expect Tunnel-Private-Group-ID:33=42: Tunnel-Private-Group-ID: \"33\" is not a tag from 0 to "
+        "31; it is neither accept, reject, challenge, ack nor nak");
+    EXPECT_EQ(problem_of("Tunnel-Type:33=VLAN"),
+              "--expect Tunnel-Type:33=VLAN: Tunnel-Type: \"33\" is not a tag from 0 to 31; it is neither "
+              "accept, reject, challenge, ack nor nak");
+}
+
 }  // namespace
 }  // namespace quarn::quarn_radius

@@ -89,6 +89,14 @@ TEST_F(ProfileTest, KeepsSecretsOut) {
     }
 }
 
+TEST_F(ProfileTest, KeepsAttributesOutThatAreSecrets) {
+    const std::string reason = " does not belong in a profile; name a file with secret-file or password-file";
+    EXPECT_EQ(problem_of("password: s3cret\n"), ":1: 'password'" + reason);
+    EXPECT_EQ(problem_of("attributes:\n  NAS-Port: 1\n  User-Password: s3cret\n"),
+              ":3: 'User-Password'" + reason);
+    EXPECT_EQ(problem_of("attributes: {chap-password: [a, b]}\n"), ":1: 'chap-password'" + reason);
+}
+
 TEST_F(ProfileTest, ThatCannotBeReadIsNamed) {
     EXPECT_EQ(test::thrown_text<FileError>([] { read_profile("/nowhere/lab.yaml"); }),
               "/nowhere/lab.yaml: cannot read: no such file");

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <list>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -10,6 +12,7 @@
 #include "quarn/radius/packet_code.h"
 #include "quarn_radius/send/value_text.h"
 #include "testing/dictionaries.h"
+#include "testing/scratch_folder.h"
 #include "testing/thrown_text.h"
 
 namespace quarn::quarn_radius {
@@ -143,9 +146,9 @@ TEST(RequestDraft, OfMacAuthenticationIsWhatSwitchesSend) {
         EXPECT_EQ(lines(settings).back(), "Calling-Station-Id = \"00-11-22-AA-BB-CC\"");
         EXPECT_EQ(lines(settings)[1], "User-Name = \"" + text + "\"");
     }
-    settings.mac_address = "0011";
-    EXPECT_EQ(test::thrown_text<std::invalid_argument>([&] { draft_of(settings, {}); }),
-              "--mac: \"0011\" is no MAC address");
+    EXPECT_FALSE(calling_station_id("0011"));
+    EXPECT_FALSE(calling_station_id("00112233445g"));
+    EXPECT_FALSE(calling_station_id(""));
 }
 
 TEST(RequestDraft, OfAccountingBeginsOrTakesUpASession) {
@@ -187,8 +190,61 @@ TEST(RequestDraft, TakesItsCodeFromPacketTypeAndPassesOverWhereToSendIt) {
         DraftSettings(), {"Packet-Type=Disconnect-Request", "Packet-Dst-Port=3799", "Acct-Session-Id=17"});
     EXPECT_EQ(draft.packet.code, radius::DISCONNECT_REQUEST);
     EXPECT_EQ(lines_of(draft), (Lines{"Acct-Session-Id = \"17\"", "Event-Timestamp = 2023-11-14T22:13:20Z"}));
-    EXPECT_EQ(draft.notes,
-              Lines{"file:2: Packet-Dst-Port is passed over: options say where a request goes to"});
+    EXPECT_EQ(
+        draft.remarks,
+        (std::vector<Remark>{
+            {"passed-over", "file:2: Packet-Dst-Port is passed over: options say where a request goes to"}}));
+}
+
+TEST(RequestDraft, PassesOverWhatIsMeantForAnotherClient) {
+    const RequestDraft draft = draft_of(settings_for(radius::STATUS_SERVER),
+                                        {"Radclient-Test-Name=one", "radclient-coa-filename=a"});
+    EXPECT_EQ(lines_of(draft), (Lines{"Message-Authenticator", "NAS-Identifier = \"nas\""}));
+    EXPECT_EQ(
+        draft.remarks,
+        (std::vector<Remark>{
+            {"passed-over", "file:1: Radclient-Test-Name is passed over: it is meant for another client"},
+            {"passed-over",
+             "file:2: radclient-coa-filename is passed over: it is meant for another client"}}));
+}
+
+TEST(RequestDraft, KnowsWhetherAPasswordIsMissing) {
+    DraftSettings settings;
+    const auto lacks = [&settings](const std::vector<std::string>& arguments) {
+        const RequestDraft draft = draft_of(settings, arguments);
+        EXPECT_EQ(draft.lacks_password,
+                  std::any_of(draft.remarks.begin(), draft.remarks.end(),
+                              [](const Remark& remark) { return remark.word == "no-password"; }));
+        return draft.lacks_password;
+    };
+    EXPECT_TRUE(lacks({"User-Name=bob"}));
+    EXPECT_TRUE(lacks({"1=0x626f62"}));
+    EXPECT_TRUE(lacks({"User-Name=bob", "Session-Timeout=3", "Service-Type=Framed-User"}));
+    EXPECT_FALSE(lacks({}));
+    EXPECT_FALSE(lacks({"User-Name=bob", "user-password=x"}));
+    EXPECT_FALSE(lacks({"User-Name=bob", "CHAP-PASSWORD=x"}));
+    EXPECT_FALSE(lacks({"User-Name=bob", "3=0x" + std::string(34, '0')}));
+    EXPECT_FALSE(lacks({"User-Name=bob", "79=0x0201000501"}));
+    EXPECT_FALSE(lacks({"User-Name=bob", "26.311.1=0x" + std::string(100, '0')}));
+    EXPECT_FALSE(lacks({"User-Name=bob", "MS-CHAP2-Response=0x" + std::string(100, '0')}));
+    EXPECT_FALSE(lacks({"User-Name=001122334455", "Service-Type=Call-Check"})) << "MAC authentication";
+    EXPECT_FALSE(lacks({"User-Name=bob", "Service-Type=17"})) << "Authorize-Only";
+    settings.username = "bob";
+    EXPECT_TRUE(lacks({}));
+    settings.password = "";
+    EXPECT_FALSE(lacks({}));
+    settings.code = radius::ACCOUNTING_REQUEST;
+    settings.password.reset();
+    EXPECT_FALSE(lacks({}));
+}
+
+TEST(RequestDraft, IsSignedWhateverTheDictionaryDefines) {
+    const test::ScratchFolder folder;
+    const auto dictionary = std::make_shared<radius::RadiusDictionary>();
+    dictionary->load(folder.write("tiny.yaml", "attributes:\n  User-Name: {code: 1, type: text}\n"));
+    const RequestDraft draft = make_draft(settings_for(radius::STATUS_SERVER), {}, 7, dictionary, facts);
+    ASSERT_EQ(draft.packet.attributes().size(), 1U);
+    EXPECT_EQ(draft.packet.attributes().front()->code_path, (radius::CodePath{80}));
 }
 
 TEST(RequestDraft, TellsThePlaceOfWhatCannotBeAdded) {

@@ -1,7 +1,10 @@
 #include "quarn_radius/send/secret_source.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -20,7 +23,7 @@ namespace {
 
 std::string text_of(const SecretSource& source) {
     const auto secret = read_secret(source, "secret");
-    return secret ? "\"" + std::string(std::string_view(*secret)) + "\"" : "none";
+    return secret ? "\"" + std::string(std::string_view(secret->text)) + "\"" : "none";
 }
 
 class SecretFile : public testing::Test {
@@ -43,6 +46,20 @@ TEST_F(SecretFile, IsOneLineWithoutItsEnd) {
     EXPECT_EQ(from(" s3 cret "), "\" s3 cret \"");
     EXPECT_EQ(from(""), "\"\"");
     EXPECT_EQ(from(std::string(4096, 'x') + "\n"), '"' + std::string(4096, 'x') + '"');
+}
+
+TEST_F(SecretFile, ThatOthersCanReadIsWarnedOf) {
+    const std::string file = folder_.write("secret", "s3cret\n");
+    const auto warning = [&file](mode_t mode) {
+        EXPECT_EQ(chmod(file.c_str(), mode), 0);
+        return read_secret({.file = file}, "secret")->warning;
+    };
+    const std::string text =
+        "Other users can read " + file + ": take the permission away with \"chmod go= " + file + "\".";
+    EXPECT_EQ(warning(0600), "");
+    EXPECT_EQ(warning(0640), text);
+    EXPECT_EQ(warning(0604), text);
+    EXPECT_EQ(read_secret({.file = "/dev/null"}, "secret")->warning, "") << "no regular file";
 }
 
 TEST_F(SecretFile, WithMoreIsNone) {
@@ -85,14 +102,8 @@ pid_t ask_in_child(const test::PseudoTerminal& terminal, std::string_view expect
     if (child == 0) {
         setsid();
         dup2(terminal.terminal.get(), STDIN_FILENO);
-        int status = 2;
-        try {
-            const auto secret = ask_secret("Secret? ");
-            status = secret && *secret == expected ? 0 : 1;
-        } catch (const std::invalid_argument&) {
-            status = 3;
-        }
-        _exit(status);
+        const auto secret = ask_secret("Secret? ");
+        _exit(!secret ? 3 : *secret == expected ? 0 : 1);
     }
     return child;
 }
@@ -148,7 +159,39 @@ TEST(AskSecret, GivesTheTerminalItsEchoBackWhenInterrupted) {
     EXPECT_TRUE(has_echo(terminal.terminal.get()));
 }
 
-TEST(AskSecret, FailsWhenTheInputEnds) {
+// Requests may come from standard input: the terminal is another way to the same person.
+TEST(AskSecret, AsksAtTheTerminalWhateverStandardInputIs) {
+    const UsualTerminal terminal;
+    const pid_t child = fork();
+    if (child == 0) {
+        setsid();
+        ioctl(terminal.terminal.get(), TIOCSCTTY, 0);
+        const int nothing = open("/dev/null", O_RDONLY);
+        dup2(nothing, STDIN_FILENO);
+        const auto secret = ask_secret("Secret? ");
+        _exit(secret && *secret == "s3cret" ? 0 : 1);
+    }
+    EXPECT_EQ(read_until(terminal.control.get(), "Secret? "), "Secret? ");
+    ASSERT_EQ(write(terminal.control.get(), "s3cret\n", 7), 7);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
+
+TEST(AskSecret, GivesNothingWithoutATerminal) {
+    const pid_t child = fork();
+    if (child == 0) {
+        setsid();
+        const int nothing = open("/dev/null", O_RDONLY);
+        dup2(nothing, STDIN_FILENO);
+        _exit(ask_secret("Secret? ") ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
+
+TEST(AskSecret, GivesNothingWhenTheInputEnds) {
     const UsualTerminal terminal;
     const pid_t child = ask_in_child(terminal, "");
     EXPECT_EQ(read_until(terminal.control.get(), "Secret? "), "Secret? ");

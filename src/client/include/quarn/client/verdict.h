@@ -2,7 +2,7 @@
 //
 //     const VerdictRow& row = verdict_row(report.verdict);
 //     print(row.word);                        // "wrong-secret"
-//     print(row.sentence);                    // "The reply is signed with another secret: compare ..."
+//     print(row.sentence);                    // "The reply is not signed with this secret: ..."
 //     return row.exit_status;                 // 6
 //
 //     verdict_from_word("no-answer");         // Verdict::NoAnswer
@@ -42,7 +42,7 @@ struct VerdictRow {
     Verdict verdict;
     std::string_view word;      ///< for programs: lower-case letters and hyphens, never changed
     std::string_view sentence;  ///< for people: what happened, then what to look at; ends with a full stop
-    int exit_status;            ///< of a program that ends with this verdict: 0 to 7
+    int exit_status;            ///< of a program that ends with this verdict: 0, 1, 4, 5 or 6
 };
 
 /// Whether a reply of this verdict is authentic and answers the request: `Accepted`, `Rejected`, `Challenge`
