@@ -661,7 +661,8 @@ TEST(Converse, ResolvesEveryServerAtTheSameTime) {
     network.server(address, [](const Arrived& arrived) {
         return Events{packet_after(1ms, reply_to(arrived.bytes, {.code = 2}))};
     });
-    for (const Conversation& conversation : run(network, std::move(job), {.parallel = 3})) {
+    const std::vector<Conversation> conversations = run(network, job, {.parallel = 3});
+    for (const Conversation& conversation : conversations) {
         EXPECT_EQ(conversation.last().verdict, Verdict::Accepted);
     }
     EXPECT_EQ(network.now().time_since_epoch(), 2s + 1ms);
