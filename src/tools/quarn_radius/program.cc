@@ -11,6 +11,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -101,6 +102,23 @@ std::string problem_of(const CLI::App& program, const CLI::ParseError& error) {
     return text;
 }
 
+/// Adds the commands that the first argument may mean. A probe by `send` is over in few milliseconds, of
+/// which the options of every other command would be a noticeable part.
+std::vector<Command> add_commands(CLI::App& program, std::string_view first_argument,
+                                  ArgumentSecrets secrets) {
+    std::vector<Command> commands;
+    if (first_argument != "send") {
+        CLI::App& dictionary =
+            add_group(program, "dictionary", "Check, search and import RADIUS dictionaries.");
+        commands = {add_check_command(dictionary), add_list_command(dictionary), add_show_command(dictionary),
+                    add_import_command(dictionary)};
+    }
+    if (first_argument != "dictionary") {
+        commands.push_back(add_send_command(program, std::move(secrets)));
+    }
+    return commands;
+}
+
 tools::ExitStatus run_command(int argc, const char* const* argv, Streams streams, ArgumentSecrets secrets) {
     CLI::App program("Asks RADIUS servers anything, and looks after RADIUS dictionaries.", "quarn-radius");
     program.set_version_flag("--version", "quarn-radius " QUARN_VERSION);
@@ -109,10 +127,8 @@ tools::ExitStatus run_command(int argc, const char* const* argv, Streams streams
     program.formatter(std::make_shared<HelpFormatter>());
     program.get_formatter()->column_width(20);
 
-    CLI::App& dictionary = add_group(program, "dictionary", "Check, search and import RADIUS dictionaries.");
-    const std::vector<Command> commands = {add_check_command(dictionary), add_list_command(dictionary),
-                                           add_show_command(dictionary), add_import_command(dictionary),
-                                           add_send_command(program, std::move(secrets))};
+    const std::vector<Command> commands =
+        add_commands(program, argc > 1 ? argv[1] : std::string_view(), std::move(secrets));
     if (const std::string problem = unknown_command(program, {argv, static_cast<std::size_t>(argc)});
         !problem.empty()) {
         streams.errors << "quarn-radius: " << tools::terminal_text(problem)

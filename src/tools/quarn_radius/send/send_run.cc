@@ -1,5 +1,7 @@
 #include "quarn_radius/send/send_run.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <map>
 #include <memory>
@@ -20,6 +22,7 @@
 #include "quarn_radius/send/request_plan.h"
 #include "quarn_radius/send/secret_source.h"
 #include "quarn_radius/send/send_settings.h"
+#include "quarn_radius/send/status_network.h"
 #include "quarn_radius/send/text_report.h"
 #include "quarn_radius/send/value_text.h"
 
@@ -42,6 +45,8 @@ SharedDictionary load_dictionary(const std::string& path) {
     } catch (const std::runtime_error& error) {
         throw FileError(error.what());
     }
+    // Never freed: the process ends after the run, and giving back each record takes longer than a probe may.
+    [[maybe_unused]] static const auto& kept = *new SharedDictionary(dictionary);
     return dictionary;
 }
 
@@ -177,8 +182,12 @@ class SendRun {
                                    const Conversation& so_far) { return answer(ask, so_far); },
             .on_result = [this](std::size_t ask, Conversation& conversation) { take(ask, conversation); },
         };
-        client::converse(std::move(job), secret_, dictionary_, conversation_options_, network_, hooks);
+        if (isatty(STDERR_FILENO) != 0 && !options_.json && !options_.quiet) {
+            status_.emplace(network_, streams_.errors, exchanges_.size());
+        }
+        client::converse(std::move(job), secret_, dictionary_, conversation_options_, network(), hooks);
         tell_kept();
+        clear_status();
         return static_cast<ExitStatus>(largest_status_);
     }
 
@@ -195,6 +204,7 @@ class SendRun {
                 prompt += tools::terminal_text(value_text(*message, value, nullptr).text) + ' ';
             }
         }
+        clear_status();
         return ask_secret(prompt);
     }
 
@@ -234,6 +244,9 @@ class SendRun {
 
     /// Tells of a conversation, or keeps it when it, or one before it, has to be diagnosed first.
     void take(std::size_t ask, Conversation& conversation) {
+        if (status_) {
+            status_->count_answer();
+        }
         if (options_.diagnose && (!kept_.empty() || conversation.last().verdict == Verdict::NoAnswer)) {
             kept_.push_back({ask, std::move(conversation)});
         } else {
@@ -251,7 +264,7 @@ class SendRun {
             }
         }
         const std::vector<client::Diagnosis> diagnoses =
-            client::diagnose(silences, secret_, dictionary_, conversation_options_, network_);
+            client::diagnose(silences, secret_, dictionary_, conversation_options_, network());
         for (const KeptConversation& kept : kept_) {
             tell(kept.ask, kept.conversation,
                  kept.is_silent() ? &diagnoses[numbers.at(place_of(kept.ask))] : nullptr);
@@ -289,7 +302,16 @@ class SendRun {
         outcome.expectations = std::move(checked.expectations);
     }
 
+    client::Network& network() { return status_ ? *status_ : network_; }
+
+    void clear_status() {
+        if (status_) {
+            status_->clear();
+        }
+    }
+
     void print(const Outcome& outcome) {
+        clear_status();
         if (options_.json) {
             streams_.output << outcome_json(outcome, style_, secret_, dictionary_) << '\n';
         } else {
@@ -306,6 +328,7 @@ class SendRun {
     client::Network& network_;
     Streams streams_;
     ReportStyle style_;
+    std::optional<StatusNetwork> status_;  // on terminals
 
     std::vector<client::Route> routes_;
     client::ConversationOptions conversation_options_;
