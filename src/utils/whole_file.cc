@@ -25,13 +25,18 @@ FileFailure unreadable(int error) {
 
 std::optional<FileFailure> read_whole_file(const std::string& path, FileKind kind, std::string& text) {
     text.clear();
+    // Opening a device may have effects.
+    struct stat status {};
+    if (kind == FileKind::Regular && stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) &&
+        !S_ISDIR(status.st_mode)) {
+        return FileFailure{true, "is not a regular file"};
+    }
     // Without O_NONBLOCK a pipe that nobody writes to would keep the program waiting here.
     const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | (kind == FileKind::Regular ? O_NONBLOCK : 0);
     const FileDescriptor file(open(path.c_str(), flags));
     if (file.get() < 0) {
         return FileFailure{false, errno == ENOENT ? "no such file" : "cannot be opened"};
     }
-    struct stat status {};
     if (fstat(file.get(), &status) != 0) {
         return unreadable(errno);
     }

@@ -148,8 +148,12 @@ class DictionaryFiles::Walk {
             if (later_ == LaterDocuments::Told) {
                 later = find_later_document(parsed.text);
             }
-            fault = later.fault ? later.fault : read_yaml(parsed);
-            if (!fault && later.line != 0) {
+            fault = read_yaml(parsed);
+            if (!fault && later.fault) {
+                report(FileFault::Kind::FurtherDocument, file, later.fault->line,
+                       "only the first document of a file is read; what follows is not valid YAML: " +
+                           later.fault->problem);
+            } else if (!fault && later.line != 0) {
                 report(FileFault::Kind::FurtherDocument, file, later.line,
                        "only the first document of a file is read; this is another");
             }

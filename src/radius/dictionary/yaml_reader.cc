@@ -73,8 +73,7 @@ class ItemBuilder : public YAML::EventHandler {
 /// Finds the line of a document's root, and keeps nothing else of it.
 class RootFinder : public YAML::EventHandler {
   public:
-    /// Whether there is a root other than null.
-    bool is_there() const { return line_ != 0; }
+    /// The root's line; 0 for a null root, and where no document was read.
     std::uint32_t line() const { return line_; }
 
     void OnNull(const YAML::Mark& /*mark*/, YAML::anchor_t /*anchor*/) override {}
@@ -130,12 +129,12 @@ LaterDocument find_later_document(const std::string& text) {
     std::istringstream stream(text);
     try {
         YAML::Parser parser(stream);
-        RootFinder root;
-        for (bool is_first = true; parser.HandleNextDocument(root) && root.is_there(); is_first = false) {
-            if (!is_first && later.line == 0) {
-                later.line = root.line();
-            }
-            root = RootFinder();
+        RootFinder first;
+        bool is_more = parser.HandleNextDocument(first);
+        while (is_more && later.line == 0) {
+            RootFinder root;
+            is_more = parser.HandleNextDocument(root);
+            later.line = root.line();
         }
     } catch (const YAML::Exception& error) {
         later.fault = fault_of(error);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -76,6 +77,9 @@ NamePattern::NamePattern(const std::string& expression, LetterCase letter_case) 
     auto compiled = std::make_unique<regex_t>();
     const int case_flag = letter_case == LetterCase::Ignored ? REG_ICASE : 0;
     const int failure = regcomp(compiled.get(), expression.c_str(), REG_EXTENDED | REG_NOSUB | case_flag);
+    if (failure == REG_ESPACE) {
+        throw std::bad_alloc();
+    }
     if (failure != 0) {
         std::array<char, 128> reason{};
         regerror(failure, compiled.get(), reason.data(), reason.size());
@@ -87,7 +91,11 @@ NamePattern::NamePattern(const std::string& expression, LetterCase letter_case) 
 bool NamePattern::matches(std::string_view name) const {
     regmatch_t whole{};
     whole.rm_eo = static_cast<regoff_t>(name.size());  // the text's end, as it need not end with a zero byte
-    return regexec(compiled_.get(), name.data(), 1, &whole, REG_STARTEND) == 0;
+    const int outcome = regexec(compiled_.get(), name.data(), 1, &whole, REG_STARTEND);
+    if (outcome == REG_ESPACE) {
+        throw std::bad_alloc();
+    }
+    return outcome == 0;
 }
 
 void NamePattern::Free::operator()(re_pattern_buffer* compiled) const {

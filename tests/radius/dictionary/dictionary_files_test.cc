@@ -138,7 +138,7 @@ TEST_F(DictionaryFilesTest, TheFirstOfTheLaterDocumentsIsToldByTheLineOfItsConte
         {"a: '---'\n", 0},
         {"a: 1\n---\n", 0},
         {"a: 1\n...\n", 0},
-        {"a: 1\n---\n~\n---\nb: 1\n", 0},
+        {"a: 1\n---\n~\n---\nb: 1\n", 5},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.yaml);
@@ -150,10 +150,21 @@ TEST_F(DictionaryFilesTest, TheFirstOfTheLaterDocumentsIsToldByTheLineOfItsConte
     }
 }
 
+TEST_F(DictionaryFilesTest, ReadsAFileWhoseFurtherDocumentsAreNoYaml) {
+    EXPECT_EQ(read(folder_.write("root.yaml", "a: 1\n...\n---\nb: {")), Lines{"root.yaml"});
+    const Lines lines = reported();
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_TRUE(
+        lines[0].starts_with("root.yaml:4: passed over: only the first document of a file is read; what "
+                             "follows is not valid YAML: "))
+        << lines[0];
+}
+
 TEST_F(DictionaryFilesTest, LaterDocumentsAreLookedAtOnRequestOnly) {
     const std::string root = folder_.write("root.yaml", "attributes: {}\n---\n]\n");
-    EXPECT_EQ(read(root), Lines{});
-    EXPECT_EQ(reported(), Lines{"root.yaml:3: fatal: not valid YAML: illegal flow end"});
+    EXPECT_EQ(read(root), Lines{"root.yaml"});
+    EXPECT_EQ(reported(), Lines{"root.yaml:3: passed over: only the first document of a file is read; what "
+                                "follows is not valid YAML: illegal flow end"});
     int faults = 0;
     DictionaryFiles files(root, [&faults](const FileFault&) { ++faults; });
     EXPECT_NE(files.next(), nullptr);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <ostream>
 #include <set>
 #include <stdexcept>
 #include <string_view>
@@ -133,8 +134,9 @@ std::string record_json(const AttributeRecord& record) {
     if (metadata.vendor) {
         tools::JsonObject vendor;
         vendor.add("id", metadata.vendor->id);
-        vendor.add("name", metadata.vendor->name);
-        vendor.add("format", metadata.vendor->format);
+        // A record an attribute: a name without a bound would make the output grow with the square of a file.
+        vendor.add("name", shortened(metadata.vendor->name));
+        vendor.add("format", shortened(metadata.vendor->format));
         object.add("vendor", vendor);
     }
     if (!record.values.empty()) {
@@ -302,23 +304,20 @@ std::string DictionaryCatalogue::suggestion_for(const std::string& query) const 
     return utils::suggestion(query, names);
 }
 
-std::string findings_text(const Findings& findings) {
+void print_findings(const Findings& findings, std::ostream& output) {
     if (findings.kind == Findings::Kind::List) {
-        return list_text(findings.records);
+        output << list_text(findings.records);
+        return;
     }
-    std::string text;
     for (const AttributeRecord& record : findings.records) {
-        text += record_text(record);
+        output << record_text(record);
     }
-    return text;
 }
 
-std::string findings_json(const Findings& findings) {
-    std::string text;
+void print_findings_json(const Findings& findings, std::ostream& output) {
     for (const AttributeRecord& record : findings.records) {
-        text += record_json(record) + "\n";
+        output << record_json(record) << '\n';
     }
-    return text;
 }
 
 }  // namespace quarn::quarn_radius

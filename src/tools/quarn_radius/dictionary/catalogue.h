@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 #include <utility>
 #include <vector>
@@ -76,10 +77,11 @@ class DictionaryCatalogue {
     std::vector<subscriber::radius::RadiusDictionary::AttributeSource> attributes_;  ///< by code
 };
 
-/// The result as text for a terminal, line feeds included.
-std::string findings_text(const Findings& findings);
+/// Prints the result as text for a terminal.
+void print_findings(const Findings& findings, std::ostream& output);
 
-/// The result as JSON lines, an attribute a line.
-std::string findings_json(const Findings& findings);
+/// Prints the result as JSON lines, an attribute a line. Of a vendor's name and format at most 200 bytes are
+/// printed.
+void print_findings_json(const Findings& findings, std::ostream& output);
 
 }  // namespace quarn::quarn_radius

@@ -88,7 +88,7 @@ class Replacement {
     void write_beside(Undo& undo) const {
         make_folder(file_.path.parent_path(), undo);
         const fs::file_status earlier = status_of(file_.path);
-        if (fs::is_directory(earlier) || fs::exists(status_of(beside_))) {
+        if (fs::is_directory(earlier) || fs::exists(status_of(beside_)) || fs::exists(status_of(replaced_))) {
             fail();
         }
         undo.add([path = beside_] { remove_quietly(path); });
@@ -110,8 +110,13 @@ class Replacement {
             undo.add([from = replaced_, to = file_.path] {
                 std::error_code ignored;
                 fs::rename(from, to, ignored);
+                remove_quietly(from);  // which stays where both are names of one file
             });
-            fs::rename(file_.path, replaced_, failure);
+            // A second name, so that the file is there at every moment. Some file systems know none.
+            fs::create_hard_link(file_.path, replaced_, failure);
+            if (failure) {
+                fs::rename(file_.path, replaced_, failure);
+            }
         } else {
             undo.add([path = file_.path] { remove_quietly(path); });
         }

@@ -32,7 +32,8 @@ warning, and the same source always gives the same bytes.
 
 Either all files are written or DIR stays as it was. A file that is there
 already is replaced only if it looks, line by line, as import writes it: a file
-with a comment or a line of your own stops the import, unless --force is given.)";
+with a comment, or with a line that no import writes, stops the import, unless
+--force is given.)";
 
 constexpr const char* import_examples = R"(Examples:
   quarn-radius dictionary import /etc/raddb/dictionary -o my-dictionary

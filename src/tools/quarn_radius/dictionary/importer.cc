@@ -389,7 +389,8 @@ void require_replaceable(const std::filesystem::path& file) {
     }
 }
 
-/// The vendor's name in lower case, its runs of other characters than letters and digits as one "-".
+/// The vendor's name in lower case, its runs of other characters than letters and digits as one "-", cut to
+/// 100 bytes.
 std::string file_stem(const std::string& vendor_name) {
     std::string stem;
     for (const char character : utils::ascii_lower(vendor_name)) {
@@ -400,6 +401,9 @@ std::string file_stem(const std::string& vendor_name) {
             stem += '-';
         }
     }
+    // File systems take names of 255 bytes; a number and an ending may follow.
+    constexpr std::size_t longest = 100;
+    stem.resize(std::min(stem.size(), longest));
     while (stem.ends_with('-')) {
         stem.pop_back();
     }

@@ -94,7 +94,7 @@ tools::ExitStatus show(const ShowOptions& options, Streams streams) {
                        << help_for(options.query, catalogue, options.file);
         return tools::ExitStatus::ProblemsFound;
     }
-    streams.output << (options.json ? findings_json(findings) : findings_text(findings));
+    (options.json ? print_findings_json : print_findings)(findings, streams.output);
     return tools::ExitStatus::Fine;
 }
 

@@ -6,7 +6,6 @@
 #include <map>
 #include <set>
 #include <span>
-#include <sstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -92,7 +91,8 @@ class Reader {
 
     /// A file that is being read, and where the one that includes it goes on.
     struct OpenFile {
-        std::istringstream text;
+        std::string text;
+        std::size_t position;  ///< of the next line
         Place includer;
         std::size_t blocks_before;
     };
@@ -104,6 +104,7 @@ class Reader {
 
     bool open_file(const std::filesystem::path& path);
     void close_file();
+    static std::string next_line(OpenFile& file);
     void read_line(const std::string& line);
     void read_include(Words words, bool optional);
     void read_vendor(Words words);
@@ -138,14 +139,21 @@ bool Reader::read_file(const std::filesystem::path& path) {
     // Without recursion, and without a descriptor for each open file: more files in a row may each include
     // the next than the stack has room for.
     while (!open_.empty()) {
-        if (std::string line; std::getline(open_.back().text, line)) {
+        if (OpenFile& file = open_.back(); file.position < file.text.size()) {
             ++place_.line;
-            read_line(line);
+            read_line(next_line(file));
         } else {
             close_file();
         }
     }
     return true;
+}
+
+/// The line at the position, without its end; the position moves on.
+std::string Reader::next_line(OpenFile& file) {
+    const std::size_t end = std::min(file.text.find('\n', file.position), file.text.size());
+    const std::size_t begin = std::exchange(file.position, end + 1);
+    return file.text.substr(begin, end - begin);
 }
 
 /// False when there is no such file to read; one that was read before is not read again. What is included has
@@ -165,7 +173,7 @@ bool Reader::open_file(const std::filesystem::path& path) {
         return false;
     }
     visited_.insert(file);
-    open_.push_back({std::istringstream(std::move(text)), place_, blocks_.size()});
+    open_.push_back({std::move(text), 0, place_, blocks_.size()});
     place_ = {file, 0};
     return true;
 }
@@ -387,7 +395,8 @@ bool Reader::read_flag(std::string_view flag, TextAttribute& attribute, CodePath
         attribute.vendor = vendor->id;
         prefix = {radius::VSA_TYPE, vendor->id};
     } else {
-        report(Severity::Note, "the flag " + std::string(flag) + " of " + attribute.name + " is dropped");
+        report(Severity::Note,
+               "the flag " + shortened(flag) + " of " + shortened(attribute.name) + " is dropped");
     }
     return true;
 }

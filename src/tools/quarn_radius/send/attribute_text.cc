@@ -230,7 +230,7 @@ std::optional<CodePath> parse_raw_name(std::string_view name) {
     if (utils::CaseInsensitiveEqual{}(start, raw_prefix)) {
         name.remove_prefix(raw_prefix.size());
     }
-    if (const auto path = parse_vendor_name(name)) {
+    if (auto path = parse_vendor_name(name)) {
         return path;
     }
     CodePath path;
@@ -289,7 +289,7 @@ std::string add_attribute(RadiusPacket& packet, const AttributeText& attribute) 
         }
         return add_named(packet, parts.name, with_tag);
     }
-    if (const std::string problem = problem_of_optional_tag(*packet.dictionary, name); !problem.empty()) {
+    if (std::string problem = problem_of_optional_tag(*packet.dictionary, name); !problem.empty()) {
         return problem;
     }
     const auto form = other_form(packet, record, value);

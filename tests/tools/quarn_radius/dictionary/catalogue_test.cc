@@ -2,10 +2,25 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+#include <string>
+
 #include "testing/scratch_folder.h"
 
 namespace quarn::quarn_radius {
 namespace {
+
+std::string findings_text(const Findings& findings) {
+    std::ostringstream output;
+    print_findings(findings, output);
+    return output.str();
+}
+
+std::string findings_json(const Findings& findings) {
+    std::ostringstream output;
+    print_findings_json(findings, output);
+    return output.str();
+}
 
 class DictionaryShowTest : public testing::Test {
   protected:
@@ -234,6 +249,16 @@ TEST_F(DictionaryShowTest, ColumnsAreAsWideAs100CharactersAtMost) {
                                            "x: {code: 3, type: text, concat: true}\n");
     EXPECT_EQ(text("/./"), "1  A" + std::string(101, ' ') + "text\n2  " + name + "  text\n3  " + name +
                                "x  text  concat\n");
+}
+
+TEST(DictionaryShow, CutsTheNameOfAVendorInJson) {
+    const test::ScratchFolder folder;
+    const std::string file = folder.write("long.yaml", "vendor: {id: 9, name: " + std::string(5000, 'v') +
+                                                           ", format: '1,1'}\n"
+                                                           "attributes: {A: {code: 26.9.1, type: text}}\n");
+    const std::string line = findings_json(DictionaryCatalogue(file).find("A"));
+    EXPECT_NE(line.find("\"name\": \"" + std::string(200, 'v') + "...\""), std::string::npos) << line;
+    EXPECT_LT(line.size(), 1000U);
 }
 
 }  // namespace

@@ -140,6 +140,13 @@ std::string vendors_named(const std::vector<std::string>& names) {
     return text;
 }
 
+TEST_F(DictionaryImportTest, AVendorsLongNameMakesAShortNameOfAFile) {
+    const std::string name(300, 'v');
+    import(vendors_named({name, name + "w"}));
+    EXPECT_NE(written("vendor/" + std::string(100, 'v') + ".yaml"), "");
+    EXPECT_NE(written("vendor/" + std::string(100, 'v') + "-2.yaml"), "");
+}
+
 // The number that tells "x!" from "X" gives the name that "X-2" has by itself.
 TEST_F(DictionaryImportTest, NoVendorIsLostWhereANumberMakesAnotherVendorsName) {
     const ImportSummary summary = import(vendors_named({"X", "x!", "X-2", "x-2-3"}));

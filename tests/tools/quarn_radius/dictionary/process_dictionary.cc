@@ -180,6 +180,11 @@ std::string imported_long_vendor_name(std::size_t parts) {
            "END-VENDOR " + name + "\n";
 }
 
+std::string imported_flags_of_a_long_name(std::size_t parts) {
+    return "ATTRIBUTE " + std::string(200 * parts, 'n') + " 1 string " +
+           joined(parts, [](std::size_t i) { return (i == 0 ? "f" : ",f") + number(i); }) + "\n";
+}
+
 std::string imported_nested_blocks(std::size_t parts) {
     return "ATTRIBUTE A0 1 tlv\n" + joined(parts, [](std::size_t i) {
                return "BEGIN-TLV A" + number(i) + "\nATTRIBUTE A" + number(i + 1) + " 1 tlv\n";
@@ -216,6 +221,7 @@ const std::vector<Shape>& shapes() {
         {"import-values", "import", 600, imported_values},
         {"import-vendors-of-one-number", "import", 600, imported_vendors_of_one_number},
         {"import-long-vendor-name", "import", 300, imported_long_vendor_name},
+        {"import-flags-of-a-long-name", "import", 300, imported_flags_of_a_long_name},
         {"import-nested-blocks", "import", 300, imported_nested_blocks},
     };
     return all;

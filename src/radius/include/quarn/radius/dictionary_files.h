@@ -50,9 +50,9 @@ struct FileFault {
 /// Reads a file and all that it includes, each file once and behind the files that it includes: the order in
 /// which definitions replace each other.
 ///
-/// The root may be anything that can be read, a pipe too. What is included has to be a regular file. None may
-/// have more than 64 MiB. The aliases of a file may repeat 16 times its size. Beyond that, those of all files
-/// together may repeat 64 KiB, and 8 MiB of enumerated values.
+/// The root may be anything with a name that can be read, a named pipe too. What is included has to be a
+/// regular file. None may have more than 64 MiB. The aliases of a file may repeat 16 times its size. Beyond
+/// that, those of all files together may repeat 64 KiB, and 8 MiB of enumerated values.
 class DictionaryFiles {
   public:
     /// Told of each fault. If it returns, the files that can be read follow nevertheless.
