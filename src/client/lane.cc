@@ -45,8 +45,8 @@ bool is_shortage(const net::OpenError& error) {
            is_connected_already;
 }
 
-Lane::Lane(std::size_t route, net::Address address, std::unique_ptr<PollableTransport> transport)
-    : route_(route), address_(std::move(address)), transport_(std::move(transport)) {}
+Lane::Lane(std::size_t route, const net::Address& address, std::unique_ptr<PollableTransport> transport)
+    : route_(route), address_(address), transport_(std::move(transport)) {}
 
 void Lane::remember(const EncodedRequest& request, bool is_answered) {
     std::erase_if(past_, [&](const PastRequest& entry) { return entry.identifier == request.identifier(); });

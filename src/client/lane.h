@@ -23,7 +23,7 @@ namespace quarn::client {
 /// A transport to one address, and what was sent over it so far.
 class Lane {
   public:
-    Lane(std::size_t route, net::Address address, std::unique_ptr<PollableTransport> transport);
+    Lane(std::size_t route, const net::Address& address, std::unique_ptr<PollableTransport> transport);
 
     std::size_t route() const { return route_; }  ///< the number of the route that it belongs to
     const net::Address& address() const { return address_; }
