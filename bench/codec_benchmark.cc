@@ -12,10 +12,12 @@
 #include <vector>
 
 #include "crypto/digest.h"
+#include "quarn/radius/attribute_reader.h"
 #include "quarn/radius/packet.h"
 #include "quarn/radius/packet_code.h"
 #include "quarn/radius/pkt_dump.h"
 #include "quarn/radius/pkt_load.h"
+#include "quarn/radius/signature.h"
 
 namespace {
 
@@ -134,6 +136,24 @@ void decode(benchmark::State& state, const Bytes& datagram, bool validated,
             packet.request_authenticator = request_authenticator;
             if (packet.validate(secret).error != ValidationError::None) {
                 state.SkipWithError("the reply is not valid");
+            }
+        }
+    });
+}
+
+/// Verifies the reply and goes over all that is in it, without a packet.
+void view(benchmark::State& state, const Bytes& datagram) {
+    const Authenticator request_authenticator = request().authenticator;
+    measure(state, [&] {
+        if (verify_reply(datagram, request_authenticator, secret) != SignatureStatus::Valid) {
+            state.SkipWithError("the reply is not valid");
+        }
+        AttributeReader attributes(datagram);
+        while (const auto attribute = attributes.next()) {
+            PartReader parts(*attribute, *dictionary());
+            while (const auto part = parts.next()) {
+                benchmark::DoNotOptimize(part->definition);
+                benchmark::DoNotOptimize(part->value.data());
             }
         }
     });
@@ -281,6 +301,7 @@ const bool registered = [] {
     add("Encode/digests", [](auto& state) { digests(state, 26, 106); });
     add("Encode/request", [](auto& state) { encode(state, request()); });
     add("Decode/digests", [](auto& state) { digests(state, 151, 141); });
+    add("View/reply", [](auto& state) { view(state, encoded(reply())); });
     add("Decode/reply", [](auto& state) { decode(state, encoded(reply()), true); });
     for (const int count : {10, 50, 200}) {
         const std::string suffix = std::to_string(count);

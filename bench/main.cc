@@ -23,6 +23,7 @@ struct Ratio {
 
 constexpr Ratio ratios[] = {
     {"encode a request : its digests", "Encode/request", "Encode/digests", 1, 1.3},
+    {"verify and view a reply : its digests", "View/reply", "Decode/digests", 1, 1.1},
     {"decode and validate a reply : its digests", "Decode/reply", "Decode/digests", 1, 1.5},
     {"encode 200 attributes : 20 times 10 attributes", "Encode/attributes/200", "Encode/attributes/10", 20,
      1},

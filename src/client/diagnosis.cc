@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "attribute_walk.h"
+#include "packet_fault.h"
 #include "quarn/net/buffer_writer.h"
 #include "quarn/radius/packet_code.h"
 #include "quarn/radius/random.h"
@@ -81,9 +81,9 @@ std::optional<EncodedRequest> without_message_authenticator(utils::byte_span req
     }
     net::BufferWriter out(request.size());
     out.append_bytes(request.first(min_packet_size));
-    AttributeWalk walk(request);
+    radius::AttributeReader attributes(request);
     bool was_signed = false;
-    while (const auto attribute = walk.next()) {
+    while (const auto attribute = attributes.next()) {
         if (attribute->type == eap_message_type) {
             return std::nullopt;
         }
@@ -93,7 +93,7 @@ std::optional<EncodedRequest> without_message_authenticator(utils::byte_span req
             out.append_bytes(request.subspan(attribute->offset, attribute->value.size() + 2));
         }
     }
-    if (!was_signed || walk.fault()) {
+    if (!was_signed || attributes.fault()) {
         return std::nullopt;
     }
     const std::uint8_t new_identifier[] = {identifier};

@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "attribute_walk.h"
+#include "packet_fault.h"
 #include "quarn/client/error_cause.h"
 #include "quarn/net/buffer_reader.h"
 #include "quarn/radius/packet_code.h"
@@ -34,7 +34,7 @@ constexpr std::size_t digest_size = 16;
 
 /// What a reply has that matters for its verdict; views the reply.
 struct Findings {
-    std::optional<WireFault> fault;
+    std::optional<PacketFault> fault;
     bool has_eap_message = false;
     bool is_signed = false;        ///< has a Message-Authenticator
     bool is_signed_first = false;  ///< and it is the first attribute
@@ -53,36 +53,33 @@ std::optional<std::uint32_t> number_from(utils::byte_span value) {
 }
 
 /// Looks for Microsoft's attributes in a Vendor-Specific one (RFC 2548, section 2).
-void look_into_vendor_specific(utils::byte_span value, Findings& found) {
-    net::BufferView reader(value);
-    if (reader.remaining() < 4 || reader.read_uint(4) != microsoft) {
-        return;
-    }
-    while (reader.remaining() >= 2) {
-        const std::uint8_t type = reader.read_u8();
-        const std::size_t length = reader.read_u8();
-        if (length < 2 || length - 2 > reader.remaining()) {
-            return;
+void look_into_vendor_specific(const radius::WireAttribute& attribute,
+                               const radius::RadiusDictionary& dictionary, Findings& found) {
+    radius::PartReader parts(attribute, dictionary);
+    while (const auto part = parts.next()) {
+        if (part->kind == radius::PartKind::Unreadable || part->path.size() != 3 ||
+            part->path[1] != microsoft) {
+            continue;
         }
-        const utils::byte_span data = reader.read_bytes(length - 2);
-        if (type == mschap_error_type) {
-            found.mschap_error = data;
-        } else if (type == mschap2_success_type) {
-            found.mschap2_success = data;
+        if (part->path[2] == mschap_error_type) {
+            found.mschap_error = part->value;
+        } else if (part->path[2] == mschap2_success_type) {
+            found.mschap2_success = part->value;
         }
     }
 }
 
-void look_at(const WireAttribute& attribute, bool is_first, Findings& found) {
+void look_at(const radius::WireAttribute& attribute, bool is_first,
+             const radius::RadiusDictionary& dictionary, Findings& found) {
     switch (attribute.type) {
         case eap_message_type:
             found.has_eap_message = true;
             break;
         case message_authenticator_type:
             if (attribute.value.size() != digest_size) {
-                found.fault = WireFault{attribute.offset, "Message-Authenticator has not 16 octets"};
+                found.fault = PacketFault{attribute.offset, "Message-Authenticator has not 16 octets"};
             } else if (found.is_signed) {
-                found.fault = WireFault{attribute.offset, "there is a second Message-Authenticator"};
+                found.fault = PacketFault{attribute.offset, "there is a second Message-Authenticator"};
             }
             found.is_signed = true;
             found.is_signed_first = is_first;
@@ -96,7 +93,7 @@ void look_at(const WireAttribute& attribute, bool is_first, Findings& found) {
             }
             break;
         case vendor_specific_type:
-            look_into_vendor_specific(attribute.value, found);
+            look_into_vendor_specific(attribute, dictionary, found);
             break;
         default:
             break;
@@ -104,18 +101,20 @@ void look_at(const WireAttribute& attribute, bool is_first, Findings& found) {
 }
 
 /// Looks through a packet of exactly the size that its Length says.
-Findings look_through(utils::byte_span packet) {
+Findings look_through(utils::byte_span packet, const radius::RadiusDictionary& dictionary) {
     Findings found;
-    AttributeWalk walk(packet);
+    radius::AttributeReader attributes(packet);
     bool is_first = true;
-    while (const auto attribute = walk.next()) {
-        look_at(*attribute, is_first, found);
+    while (const auto attribute = attributes.next()) {
+        look_at(*attribute, is_first, dictionary, found);
         is_first = false;
         if (found.fault) {
             return found;
         }
     }
-    found.fault = walk.fault();
+    if (attributes.fault()) {
+        found.fault = described(*attributes.fault());
+    }
     return found;
 }
 
@@ -145,11 +144,11 @@ class ReplyJudge {
           secret_(secret),
           options_(options) {}
 
-    Judgement judge(std::shared_ptr<const radius::RadiusDictionary> dictionary) {
+    Judgement judge(const std::shared_ptr<const radius::RadiusDictionary>& dictionary) {
         result_.reply =
-            decode_reply(packet_, request_, secret_, std::move(dictionary),
+            decode_reply(packet_, request_, secret_, dictionary,
                          {.codes = ReplyCodes::Any, .signed_over = SignedOver::RequestAuthenticatorOrZeros});
-        result_.verdict = verdict();
+        result_.verdict = verdict(*dictionary);
         if (trailing_ > 0 && result_.verdict != Verdict::Malformed) {
             note(NoteId::TrailingOctets,
                  std::to_string(trailing_) + " octets after the end of the packet were ignored.");
@@ -163,11 +162,11 @@ class ReplyJudge {
     }
 
   private:
-    Verdict verdict() {
+    Verdict verdict(const radius::RadiusDictionary& dictionary) {
         if (const auto fault = fault_of_header(packet_)) {
             return malformed(*fault);
         }
-        found_ = look_through(packet_);
+        found_ = look_through(packet_, dictionary);
         if (found_.fault) {
             return malformed(*found_.fault);
         }
@@ -191,7 +190,7 @@ class ReplyJudge {
         return verdict_of_code();
     }
 
-    Verdict malformed(const WireFault& fault) {
+    Verdict malformed(const PacketFault& fault) {
         result_.offset = fault.offset;
         result_.detail = fault.text;
         return Verdict::Malformed;
@@ -362,7 +361,7 @@ class ReplyJudge {
 Judgement judge_reply(utils::byte_span datagram, const EncodedRequest& request, std::string_view secret,
                       std::shared_ptr<const radius::RadiusDictionary> dictionary,
                       const JudgementOptions& options) {
-    return ReplyJudge(datagram, request, secret, options).judge(std::move(dictionary));
+    return ReplyJudge(datagram, request, secret, options).judge(dictionary);
 }
 
 }  // namespace quarn::client

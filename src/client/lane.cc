@@ -6,7 +6,7 @@
 #include <utility>
 #include <variant>
 
-#include "attribute_walk.h"
+#include "packet_fault.h"
 #include "quarn/radius/signature.h"
 
 namespace quarn::client {

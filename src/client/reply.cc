@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "quarn/net/buffer_reader.h"
+#include "quarn/radius/attribute_reader.h"
 #include "quarn/radius/hiding.h"
 #include "quarn/radius/packet_code.h"
 #include "quarn/radius/pkt_load.h"
@@ -18,9 +18,7 @@ namespace radius = subscriber::radius;
 
 namespace {
 
-constexpr std::uint8_t eap_message_type = 79;            // RFC 3579, section 3.1
-constexpr std::uint8_t message_authenticator_type = 80;  // RFC 3579, section 3.2
-constexpr std::size_t message_authenticator_size = 16;   // bytes of the value
+constexpr std::uint8_t eap_message_type = 79;  // RFC 3579, section 3.1
 
 /// The top-level attributes that concern signatures.
 struct SignatureAttributes {
@@ -31,29 +29,22 @@ struct SignatureAttributes {
 
     bool is_signed() const { return message_authenticators != 0; }
     bool is_malformed() const {
-        return message_authenticators > 1 || (is_signed() && digest_size != message_authenticator_size);
+        return message_authenticators > 1 || (is_signed() && digest_size != radius::ZERO16.size());
     }
 };
 
-/// Walks the attributes of a packet that the decoder has found to be well-formed, up to its Length.
+/// Those of a packet that the decoder has found to be well-formed.
 SignatureAttributes signature_attributes_of(utils::byte_span datagram) {
-    net::BufferView header(datagram);
-    header.read_u16();  // Code and Identifier
-    net::BufferView reader(datagram.first(header.read_u16()));
-    reader.read_bytes(min_packet_size);
-
     SignatureAttributes found;
-    while (reader.remaining() > 0) {
-        const std::uint8_t type = reader.read_u8();
-        const std::size_t value_size = reader.read_u8() - std::size_t{2};
-        if (type == eap_message_type) {
+    radius::AttributeReader attributes(datagram);
+    while (const auto attribute = attributes.next()) {
+        if (attribute->type == eap_message_type) {
             found.has_eap_message = true;
-        } else if (type == message_authenticator_type) {
+        } else if (attribute->type == radius::message_authenticator_type) {
             ++found.message_authenticators;
-            found.digest_offset = reader.position();
-            found.digest_size = value_size;
+            found.digest_offset = attribute->offset + radius::attribute_header_size;
+            found.digest_size = attribute->value.size();
         }
-        reader.read_bytes(value_size);
     }
     return found;
 }

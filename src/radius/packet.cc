@@ -26,6 +26,12 @@ void RadiusPacket::add_attribute(RadiusAttribute&& attribute) {
     }
 }
 
+RadiusAttribute& RadiusPacket::find_or_add(const AttributeMetadata& record, const CodePath& path) {
+    return _find_or_insert_entry(_key_for_path(path, record.known ? record.name : ""), record, path,
+                                 std::string())
+        .first;
+}
+
 void RadiusPacket::add_attribute(std::string_view name, std::string_view value) {
     const AttributeMetadata& record =
         dictionary ? dictionary->attribute_by_name(name) : RadiusDictionary::unknown_definition();
@@ -33,9 +39,7 @@ void RadiusPacket::add_attribute(std::string_view name, std::string_view value) 
         throw std::runtime_error("RadiusPacket: unknown attribute " + std::string(name));
     }
     // The entry exists before the text is looked at, and stays if the text turns out to be malformed.
-    RadiusAttribute& attribute =
-        _find_or_insert_entry(_key_for_path(record.code, record.name), record, record.code, std::string())
-            .first;
+    RadiusAttribute& attribute = find_or_add(record, record.code);
     if (std::optional<Bytes> data = encode_text_value(*dictionary, record, value)) {
         attribute.values.emplace_back(record, *std::move(data), std::uint8_t{0});
     }

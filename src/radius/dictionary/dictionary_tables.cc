@@ -1,5 +1,6 @@
 #include "dictionary/dictionary_tables.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace quarn::subscriber::radius {
@@ -27,7 +28,8 @@ const AttributeMetadata& DictionaryTables::attribute_by_name(std::string_view na
     return position ? definitions[*position].metadata : RadiusDictionary::unknown_definition();
 }
 
-const AttributeMetadata& DictionaryTables::attribute_by_code(const CodePath& code, std::size_t hash) const {
+const AttributeMetadata& DictionaryTables::attribute_by_code(std::span<const std::uint32_t> code,
+                                                             std::size_t hash) const {
     const auto position =
         attributes_by_code_.find(hash, [&](std::uint32_t other) { return has_code(other, code); });
     return position ? definitions[*position].metadata : RadiusDictionary::unknown_definition();
@@ -38,7 +40,7 @@ const AttributeMetadata& DictionaryTables::attribute_by_wide_type(std::uint32_t 
     return attribute_by_code(code, code_hash(code));
 }
 
-std::size_t DictionaryTables::code_hash(const CodePath& code) const {
+std::size_t DictionaryTables::code_hash(std::span<const std::uint32_t> code) const {
     std::size_t hash = seed_;
     for (const std::uint32_t element : code) {
         hash = extended_code_hash(hash, element);
@@ -93,8 +95,9 @@ bool DictionaryTables::has_name(std::uint32_t definition, std::string_view name)
     return is_same_name(definitions[definition].metadata.name, name);
 }
 
-bool DictionaryTables::has_code(std::uint32_t definition, const CodePath& code) const {
-    return definitions[definition].metadata.code == code;
+bool DictionaryTables::has_code(std::uint32_t definition, std::span<const std::uint32_t> code) const {
+    const CodePath& defined = definitions[definition].metadata.code;
+    return std::equal(defined.begin(), defined.end(), code.begin(), code.end());
 }
 
 bool DictionaryTables::is_value(std::uint32_t value, std::uint32_t name_number, std::string_view name) const {

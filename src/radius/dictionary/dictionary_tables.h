@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -59,10 +60,10 @@ struct __attribute__((visibility("hidden"))) DictionaryTables {
     const AttributeMetadata& attribute_by_name(std::string_view name) const;
 
     /// `hash` is the `code_hash` of `code`: whoever walks a tree of codes has it already.
-    const AttributeMetadata& attribute_by_code(const CodePath& code, std::size_t hash) const;
+    const AttributeMetadata& attribute_by_code(std::span<const std::uint32_t> code, std::size_t hash) const;
 
     /// The hash of a code path, and that of a path which is one element longer.
-    std::size_t code_hash(const CodePath& code) const;
+    std::size_t code_hash(std::span<const std::uint32_t> code) const;
     static std::size_t extended_code_hash(std::size_t hash, std::uint32_t code) {
         return utils::scattered(hash ^ code);
     }
@@ -123,7 +124,7 @@ struct __attribute__((visibility("hidden"))) DictionaryTables {
 
     // The indexes compare keys with what is at their positions by these.
     bool has_name(std::uint32_t definition, std::string_view name) const;
-    bool has_code(std::uint32_t definition, const CodePath& code) const;
+    bool has_code(std::uint32_t definition, std::span<const std::uint32_t> code) const;
     bool is_value(std::uint32_t value, std::uint32_t name_number, std::string_view name) const;
     bool is_value(std::uint32_t value, std::uint32_t name_number, std::uint32_t number) const;
 

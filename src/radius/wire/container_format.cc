@@ -1,5 +1,6 @@
 #include "wire/container_format.h"
 
+#include "dictionary/dictionary_tables.h"
 #include "quarn/radius/path_shape.h"
 
 namespace quarn::subscriber::radius {
@@ -15,9 +16,14 @@ ContainerKind top_level_container(const RadiusDictionary* dictionary, std::uint3
 }
 
 const VendorInfo& vendor_format(const RadiusDictionary* dictionary, std::uint32_t vendor_id) {
+    static const RadiusDictionary empty;
+    return vendor_format(DictionaryTables::of(dictionary != nullptr ? *dictionary : empty), vendor_id);
+}
+
+const VendorInfo& vendor_format(const DictionaryTables& tables, std::uint32_t vendor_id) {
     static const VendorInfo unknown_vendor;
-    const VendorInfo* const vendor = dictionary != nullptr ? dictionary->vendor_by_id(vendor_id) : nullptr;
-    return vendor != nullptr ? *vendor : unknown_vendor;
+    const DefinedVendor* const vendor = tables.vendor_by_id(vendor_id);
+    return vendor != nullptr ? *vendor->info : unknown_vendor;
 }
 
 Framing framing_of(const RadiusDictionary* dictionary, const AttributeMetadata& record,

@@ -25,6 +25,9 @@ ContainerKind top_level_container(const AttributeMetadata& record, std::uint32_t
 /// 1-byte length and no continuation byte (RFC 2865, section 5.26). Valid for as long as the dictionary is.
 const VendorInfo& vendor_format(const RadiusDictionary* dictionary, std::uint32_t vendor_id);
 
+/// The same, of a dictionary's tables.
+const VendorInfo& vendor_format(const DictionaryTables& tables, std::uint32_t vendor_id);
+
 /// Bytes of a sub-attribute of a vendor before its data.
 constexpr std::size_t vendor_header_size(const VendorInfo& vendor) {
     return vendor.type_size + vendor.length_size + (vendor.continuation ? 1 : 0);

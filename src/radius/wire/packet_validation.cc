@@ -1,9 +1,8 @@
 #include "quarn/radius/packet_validation.h"
 
-#include <algorithm>
 #include <cstddef>
 
-#include "quarn/net/buffer_reader.h"
+#include "quarn/radius/attribute_reader.h"
 #include "quarn/radius/packet.h"
 #include "quarn/radius/packet_code.h"
 #include "quarn/radius/signature.h"
@@ -15,32 +14,16 @@ namespace {
 
 constexpr std::size_t max_packet_size = 65535;
 
-/// Where in `raw` the Message-Authenticator begins, the first top-level attribute of its type and size.
-/// Nothing when there is none before the end or the first malformed attribute.
+/// Where in `raw` the first Message-Authenticator of the right size begins. Nothing when there is none before
+/// the end of `raw`, whatever its Length, or the first malformed attribute.
 std::optional<std::size_t> find_message_authenticator(byte_span raw) {
-    net::BufferView reader(raw);
-    reader.read_bytes(header_size);
-    while (reader.remaining() >= attribute_header_size) {
-        const std::size_t position = reader.position();
-        const std::uint8_t type = reader.read_u8();
-        const std::size_t length = reader.read_u8();
-        if (length < attribute_header_size || length - attribute_header_size > reader.remaining()) {
-            return std::nullopt;
+    auto attributes = AttributeReader::over_attributes(raw.subspan(header_size), header_size);
+    while (const auto attribute = attributes.next()) {
+        if (attribute->type == message_authenticator_type && attribute->value.size() == ZERO16.size()) {
+            return attribute->offset;
         }
-        if (type == message_authenticator_type && length == message_authenticator_size) {
-            return position;
-        }
-        reader.read_bytes(length - attribute_header_size);
     }
     return std::nullopt;
-}
-
-/// The Authenticator field of a packet of at least 20 bytes.
-Authenticator authenticator_in(byte_span packet) {
-    Authenticator authenticator{};
-    const byte_span field = packet.subspan(authenticator_offset, authenticator_size);
-    std::copy(field.begin(), field.end(), authenticator.begin());
-    return authenticator;
 }
 
 RadiusPacketValRes request_authenticator_required() {

@@ -1,15 +1,13 @@
 #include "quarn/radius/pkt_load.h"
 
 #include <algorithm>
-#include <deque>
 #include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
-#include "dictionary/dictionary_tables.h"
-#include "quarn/net/buffer_reader.h"
+#include "quarn/radius/attribute_reader.h"
 #include "quarn/radius/hiding.h"
 #include "quarn/radius/path_shape.h"
 #include "quarn/radius/wire_format.h"
@@ -17,39 +15,93 @@
 
 namespace quarn::subscriber::radius {
 
-using net::BufferView;
-
 namespace {
 
 /// Bytes that an attribute mostly takes at least: what the packet makes room by.
 constexpr std::size_t short_attribute_size = 8;
 
-}  // namespace
+/// Why a packet is refused that has at least a header.
+const char* refusal_of(WireProblem problem) {
+    switch (problem) {
+        case WireProblem::PacketLengthTooSmall:
+        case WireProblem::PacketLengthTooLarge:
+            return "pkt_load: invalid packet length";
+        case WireProblem::AttributeLengthMissing:
+            return "pkt_load: malformed attribute";
+        default:
+            return "pkt_load: invalid attribute length";
+    }
+}
 
-/// Walks the attributes of one datagram. Three kinds of value are put together from several attributes: a
-/// vendor's with continuation and a long-extended one, which say themselves whether more follows and may be
-/// interleaved with others; and one that the dictionary marks as `concat`, which ends at the first top-level
-/// attribute that adds nothing to it.
-// Not in the unnamed namespace: a packet lets it use what is private.
-class __attribute__((visibility("hidden"))) PacketDecoder {
+/// The issue that an unreadable part is; null for what is passed over in silence.
+const char* issue_of(WireProblem problem) {
+    switch (problem) {
+        case WireProblem::VendorIdIncomplete:
+            return "vendor-specific attribute too short";
+        case WireProblem::VendorLengthTooSmall:
+        case WireProblem::VendorLengthTooLarge:
+            return "malformed vendor attribute length";
+        case WireProblem::ContinuationMissing:
+            return "vendor continuation byte missing";
+        case WireProblem::ExtendedTypeMissing:
+            return "extended attribute too short";
+        case WireProblem::ExtendedFlagsMissing:
+            return "long-extended attribute too short";
+        case WireProblem::ExtendedVendorIncomplete:
+            return "extended-vendor-specific header too short";
+        case WireProblem::TlvLengthTooSmall:
+        case WireProblem::TlvLengthTooLarge:
+            return "malformed nested TLV length";
+        default:
+            return nullptr;
+    }
+}
+
+/// Whether the last element of the path is that of the sub-attribute or TLV at fault.
+bool has_inner_type(WireProblem problem) {
+    switch (problem) {
+        case WireProblem::VendorLengthTooSmall:
+        case WireProblem::VendorLengthTooLarge:
+        case WireProblem::ContinuationMissing:
+        case WireProblem::TlvLengthTooSmall:
+        case WireProblem::TlvLengthTooLarge:
+            return true;
+        default:
+            return false;
+    }
+}
+
+/// The attribute or vendor inside of which a problem is reported.
+struct Place {
+    bool is_vendor;        ///< of a Vendor-Specific attribute
+    std::uint32_t number;  ///< the vendor's, or the top-level type
+
+    std::string text() const { return (is_vendor ? "Vendor-" : "") + std::to_string(number); }
+};
+
+/// Fills a packet with the attributes of one datagram. Three kinds of value are put together from several
+/// attributes: a vendor's with continuation and a long-extended one, which say themselves whether more
+/// follows and may be interleaved with others; and one that the dictionary marks as `concat`, which ends at
+/// the first top-level attribute that adds nothing to it.
+class PacketDecoder {
   public:
-    PacketDecoder(RadiusPacket& packet, std::string_view secret)
-        : packet_(packet), tables_(DictionaryTables::of(*packet.dictionary)), secret_(secret) {}
+    PacketDecoder(RadiusPacket& packet, std::string_view secret) : packet_(packet), secret_(secret) {}
 
     std::vector<ParseIssue> decode(byte_span datagram) {
         Bytes raw(datagram.begin(), datagram.end());  // a copy: the datagram may be the packet's old `raw`
-        BufferView reader(raw);
-        const std::size_t packet_length = read_header(reader);
-        packet_.attribute_order.clear();
-        packet_.attribute_map.clear();
-        const std::size_t expected_attributes = packet_length / short_attribute_size;
-        packet_.attribute_order.reserve(expected_attributes);
-        packet_.attribute_map.reserve(expected_attributes);
-        while (reader.position() < packet_length) {
-            decode_attribute(reader, packet_length);
+        AttributeReader attributes(raw);
+        read_header(attributes);
+        while (const auto attribute = attributes.next()) {
+            decode_attribute(*attribute);
         }
+        // Where the packet ends behind a Type, the next byte, which is no part of it, was taken for a Length.
+        const bool is_followed = attributes.packet().size() < raw.size();
+        if (attributes.fault() && is_followed) {
+            throw std::runtime_error(refusal_of(WireProblem::AttributeLengthTooLarge));
+        }
+        refuse(attributes.fault());
         finish_joined_value();
-        report_open_fragments();
+        report_open_pieces();
         for (RadiusAttribute& attribute : namesakes_) {
             packet_.add_attribute(std::move(attribute));
         }
@@ -58,194 +110,136 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
     }
 
   private:
-    /// The attribute or vendor inside of which a problem is reported.
-    struct Place {
-        bool is_vendor;        ///< of a Vendor-Specific attribute
-        std::uint32_t number;  ///< the vendor's, or the top-level type
+    /// The pieces so far of values that have not come to their end, by code path.
+    using OpenPieces = std::map<CodePath, Bytes>;
 
-        std::string text() const { return (is_vendor ? "Vendor-" : "") + std::to_string(number); }
-    };
-
-    /// A value whose attributes follow each other directly in the packet (`AttributeMetadata::concat`).
+    /// Pieces of a value, and where they came from.
     struct JoinedValue {
         CodePath path;
+        const AttributeMetadata* record;
         Bytes bytes;
         Place place;
     };
 
-    std::size_t read_header(BufferView& reader) {
-        const std::size_t datagram_size = reader.remaining();
-        packet_.code = reader.read_u8();
-        packet_.identifier = reader.read_u8();
-        const std::size_t packet_length = reader.read_u16();
-        if (packet_length < header_size || packet_length > datagram_size) {
-            throw std::runtime_error("pkt_load: invalid packet length");
+    static void refuse(const std::optional<WireFault>& fault) {
+        if (fault) {
+            throw std::runtime_error(refusal_of(fault->problem));
         }
-        const byte_span authenticator = reader.read_bytes(authenticator_size);
-        std::copy(authenticator.begin(), authenticator.end(), packet_.authenticator.begin());
-        return packet_length;
     }
 
-    void decode_attribute(BufferView& reader, std::size_t packet_length) {
-        if (reader.remaining() < attribute_header_size) {
-            throw std::runtime_error("pkt_load: malformed attribute");
-        }
-        const std::size_t start = reader.position();
-        const std::uint32_t type = reader.read_u8();
-        const std::size_t length = reader.read_u8();
-        if (length < attribute_header_size || length > packet_length - start) {
-            throw std::runtime_error("pkt_load: invalid attribute length");
-        }
-        const byte_span value = reader.read_bytes(length - attribute_header_size);
+    void read_header(const AttributeReader& attributes) {
+        const byte_span packet = attributes.packet();
+        packet_.code = packet[0];
+        packet_.identifier = packet[identifier_offset];
+        refuse(attributes.fault());
+        const byte_span authenticator = packet.subspan(authenticator_offset, authenticator_size);
+        std::copy(authenticator.begin(), authenticator.end(), packet_.authenticator.begin());
 
+        packet_.attribute_order.clear();
+        packet_.attribute_map.clear();
+        const std::size_t expected_attributes = packet.size() / short_attribute_size;
+        packet_.attribute_order.reserve(expected_attributes);
+        packet_.attribute_map.reserve(expected_attributes);
+    }
+
+    void decode_attribute(const WireAttribute& attribute) {
         joined_by_this_attribute_ = false;
-        const AttributeMetadata& record = tables_.top_level_attribute(type);
-        switch (top_level_container(record, type)) {
-            case ContainerKind::Vsa:
-                decode_vendor_specific(type, value);
-                break;
-            case ContainerKind::Extended:
-                decode_extended(type, value, false);
-                break;
-            case ContainerKind::LongExtended:
-                decode_extended(type, value, true);
-                break;
-            case ContainerKind::None:
-            case ContainerKind::Tlv:
-            case ContainerKind::Evs:
-            case ContainerKind::Struct:
-                complete_value(record, {type}, value, {false, type});
-                break;
+        PartReader parts(attribute, *packet_.dictionary);
+        while (const auto part = parts.next()) {
+            // Every path of a Vendor-Specific attribute begins with its type and the vendor.
+            const bool is_vendor = parts.container() == ContainerKind::Vsa && part->path.size() > 1;
+            decode_part(*part, {is_vendor, is_vendor ? part->path[1] : attribute.type});
         }
         if (!joined_by_this_attribute_) {
             finish_joined_value();
         }
     }
 
-    void decode_vendor_specific(std::uint32_t type, byte_span value) {
-        if (value.size() < vendor_id_size) {
-            report("vendor-specific attribute too short", {false, type}, "");
-            return;
-        }
-        BufferView reader(value);
-        const std::uint32_t vendor_id = reader.read_uint(vendor_id_size);
-        const VendorInfo& vendor = vendor_format(packet_.dictionary.get(), vendor_id);
-        const Place place{true, vendor_id};
-
-        // Fewer bytes than a sub-attribute's header are passed over without an issue.
-        const std::size_t sub_header_size = vendor.type_size + vendor.length_size;
-        while (reader.remaining() >= sub_header_size) {
-            const std::uint32_t vendor_type = reader.read_uint(vendor.type_size);
-            const std::size_t length = reader.read_uint(vendor.length_size);
-            if (length < sub_header_size || length - sub_header_size > reader.remaining()) {
-                report("malformed vendor attribute length", place, std::to_string(vendor_type));
-                return;
-            }
-            const byte_span data = reader.read_bytes(length - sub_header_size);
-            if (vendor.continuation) {
-                decode_vendor_fragment(vendor_id, vendor_type, data, place);
-            } else {
-                complete_value({VSA_TYPE, vendor_id, vendor_type}, data, place);
-            }
+    void decode_part(const WirePart& part, Place place) {
+        switch (part.kind) {
+            case PartKind::Value:
+                finish_joined_value();
+                decode_value(part, part.value);
+                break;
+            case PartKind::List:
+                finish_joined_value();
+                break;
+            case PartKind::Joinable:
+                join(part, place);
+                break;
+            case PartKind::MorePieces:
+                append(open_pieces(place)[CodePath(part.path.begin(), part.path.end())], part.value);
+                break;
+            case PartKind::LastPiece:
+                decode_last_piece(part, place);
+                break;
+            case PartKind::Unreadable:
+                report(part, place);
+                break;
         }
     }
 
-    /// A sub-attribute that begins with a continuation byte.
-    void decode_vendor_fragment(std::uint32_t vendor_id, std::uint32_t vendor_type, byte_span fragment,
-                                Place place) {
-        if (fragment.empty()) {
-            report("vendor continuation byte missing", place, std::to_string(vendor_type));
-            return;
-        }
-        const bool more = (fragment.front() & more_flag) != 0;
-        const std::pair key(vendor_id, vendor_type);
-        append(vendor_fragments_[key], fragment.subspan(1));
-        if (!more) {
-            const Bytes value = std::move(vendor_fragments_.extract(key).mapped());
-            complete_delimited_value({VSA_TYPE, vendor_id, vendor_type}, value, place);
-        }
-    }
-
-    void decode_extended(std::uint32_t type, byte_span value, bool long_form) {
-        const Place place{false, type};
-        if (value.empty()) {
-            report("extended attribute too short", place, "");
-            return;
-        }
-        if (long_form && value.size() < 2) {
-            report("long-extended attribute too short", place, "");
-            return;
-        }
-        BufferView reader(value);
-        CodePath path = {type, reader.read_u8()};
-        const bool more = long_form && (reader.read_u8() & more_flag) != 0;
-        if (path.back() == VSA_TYPE) {
-            if (reader.remaining() < vendor_id_size + extended_vendor_type_size) {
-                report("extended-vendor-specific header too short", place, "");
-                return;
+    void decode_last_piece(const WirePart& part, Place place) {
+        Bytes joined;
+        byte_span value = part.value;
+        if (OpenPieces& pieces = open_pieces(place); !pieces.empty()) {
+            const auto open = pieces.find(CodePath(part.path.begin(), part.path.end()));
+            if (open != pieces.end()) {
+                joined = std::move(pieces.extract(open).mapped());
+                append(joined, part.value);
+                value = joined;
             }
-            path.push_back(reader.read_uint(vendor_id_size));
-            path.push_back(reader.read_uint(extended_vendor_type_size));
         }
-        if (!long_form) {
-            complete_value(path, reader.read_rest(), place);
-            return;
-        }
-        append(long_extended_fragments_[path], reader.read_rest());
-        if (!more) {
-            const Bytes joined = std::move(long_extended_fragments_.extract(path).mapped());
-            complete_delimited_value(path, joined, place);
-        }
-    }
-
-    /// Takes the value of a container that marks itself where a fragmented value ends.
-    void complete_delimited_value(CodePath path, byte_span bytes, Place place) {
         finish_joined_value();
-        decode_leaf(packet_.dictionary->attribute_by_code(path), path, bytes, place);
+        decode_whole(part, value, place);
     }
 
-    void complete_value(CodePath path, byte_span bytes, Place place) {
-        const AttributeMetadata& record = packet_.dictionary->attribute_by_code(path);
-        complete_value(record, std::move(path), bytes, place);
-    }
-
-    /// Takes a value that, if the dictionary says so, may continue in the next attribute.
-    void complete_value(const AttributeMetadata& record, CodePath path, byte_span bytes, Place place) {
-        if (!record.concat) {
-            finish_joined_value();
-            decode_leaf(record, path, bytes, place);
-            return;
-        }
-        if (joined_value_ && joined_value_->path != path) {
+    /// Keeps a value that, as the dictionary says, may continue in the next attribute.
+    void join(const WirePart& part, Place place) {
+        if (joined_value_ && !std::ranges::equal(joined_value_->path, part.path)) {
             finish_joined_value();
         }
         if (!joined_value_) {
-            joined_value_ = JoinedValue{std::move(path), {}, place};
+            joined_value_ =
+                JoinedValue{CodePath(part.path.begin(), part.path.end()), part.definition, {}, place};
         }
-        append(joined_value_->bytes, bytes);
+        append(joined_value_->bytes, part.value);
         joined_by_this_attribute_ = true;
     }
 
     void finish_joined_value() {
         if (joined_value_) {
-            JoinedValue joined = *std::exchange(joined_value_, std::nullopt);
-            decode_leaf(packet_.dictionary->attribute_by_code(joined.path), joined.path, joined.bytes,
-                        joined.place);
+            const JoinedValue joined = *std::exchange(joined_value_, std::nullopt);
+            WirePart part{};
+            part.path = joined.path;
+            part.definition = joined.record;
+            decode_whole(part, joined.bytes, joined.place);
         }
     }
 
-    // A nested TLV's length is one byte: there are at most 127 inside one another.
-    // NOLINTBEGIN(misc-no-recursion)
-    void decode_leaf(const AttributeMetadata& record, CodePath& path, byte_span bytes, Place place) {
-        if (record.kind == ContainerKind::Tlv) {
-            decode_nested_tlvs(path, tables_.code_hash(path), bytes, place);
+    /// Takes what was put together from pieces: a value, or a list of TLVs.
+    void decode_whole(const WirePart& whole, byte_span bytes, Place place) {
+        if (whole.definition->kind != ContainerKind::Tlv) {
+            decode_value(whole, bytes);
             return;
         }
+        PartReader parts(whole.path, *whole.definition, bytes, *packet_.dictionary);
+        while (const auto part = parts.next()) {
+            if (part->kind == PartKind::Value) {
+                decode_value(*part, part->value);
+            } else if (part->kind == PartKind::Unreadable) {
+                report(*part, place);
+            }
+        }
+    }
+
+    void decode_value(const WirePart& part, byte_span bytes) {
+        const AttributeMetadata& record = *part.definition;
         Bytes data(bytes.begin(), bytes.end());
         std::uint8_t tag = 0;
         if (record.has_tag && !data.empty()) {
             tag = data.front();
-            if (record.fixed_size > 1 && data.size() == record.fixed_size) {
+            if (tag_replaces_first_byte(record, data.size())) {
                 data.front() = 0;  // a tagged number keeps its width (RFC 2868, section 3.1)
             } else {
                 data.erase(data.begin());
@@ -254,76 +248,57 @@ class __attribute__((visibility("hidden"))) PacketDecoder {
         if (is_hidden(record.encrypt)) {
             data = decrypt_leaf(std::move(data), record.encrypt, secret_, packet_.authenticator);
         }
-        entry_for(record, path).values.emplace_back(record, std::move(data), tag);
+        entry_for(record, part.path).values.emplace_back(record, std::move(data), tag);
     }
 
-    /// Each TLV's type is at the end of the path for as long as it is read: a path of its own for each level,
-    /// or its hash worked out anew, would cost the square of the depth.
-    void decode_nested_tlvs(CodePath& path, std::size_t path_hash, byte_span list, Place place) {
-        BufferView reader(list);
-        while (reader.remaining() >= attribute_header_size) {
-            const std::uint32_t type = reader.read_u8();
-            const std::size_t length = reader.read_u8();
-            if (length < attribute_header_size || length - attribute_header_size > reader.remaining()) {
-                report("malformed nested TLV length", place, std::to_string(type));
-                return;
-            }
-            const byte_span value = reader.read_bytes(length - attribute_header_size);
-            path.push_back(type);
-            const std::size_t hash = DictionaryTables::extended_code_hash(path_hash, type);
-            const AttributeMetadata& record = tables_.attribute_by_code(path, hash);
-            if (record.kind == ContainerKind::Tlv) {
-                decode_nested_tlvs(path, hash, value, place);
-            } else {
-                decode_leaf(record, path, value, place);
-            }
-            path.pop_back();
-        }
-    }
-    // NOLINTEND(misc-no-recursion)
-
-    RadiusAttribute& entry_for(const AttributeMetadata& record, const CodePath& path) {
-        std::string key = packet_._key_for_path(path, record.known ? record.name : "");
-        const auto [entry, is_new] =
-            packet_._find_or_insert_entry(std::move(key), record, path, std::string());
-        if (is_new || entry.code_path == path) {
+    RadiusAttribute& entry_for(const AttributeMetadata& record, std::span<const std::uint32_t> wire_path) {
+        const CodePath path(wire_path.begin(), wire_path.end());
+        RadiusAttribute& entry = packet_.find_or_add(record, path);
+        if (entry.code_path == path) {
             return entry;
         }
         const auto [namesake, is_first] = namesake_by_path_.try_emplace(path, namesakes_.size());
         return is_first ? namesakes_.emplace_back(record, path, std::string()) : namesakes_[namesake->second];
     }
 
-    void report_open_fragments() {
-        for (const auto& [key, fragments] : vendor_fragments_) {
-            report("unterminated continuation value", {true, key.first}, std::to_string(key.second));
+    void report_open_pieces() {
+        for (const auto& [path, pieces] : vendor_pieces_) {
+            issues_.push_back({"unterminated continuation value", Place{true, path[1]}.text(),
+                               std::to_string(path.back())});
         }
-        for (const auto& [path, fragments] : long_extended_fragments_) {
+        for (const auto& [path, pieces] : long_extended_pieces_) {
             const bool vendor_specific = shape_of(path, ContainerKind::LongExtended).vendor_at != 0;
-            report("unterminated long-extended value", {false, path.front()},
-                   vendor_specific ? std::to_string(path.back()) : "");
+            issues_.push_back({"unterminated long-extended value", Place{false, path.front()}.text(),
+                               vendor_specific ? std::to_string(path.back()) : ""});
         }
     }
 
-    void report(const char* message, Place place, std::string inner_type) {
-        issues_.push_back({message, place.text(), std::move(inner_type)});
+    OpenPieces& open_pieces(Place place) { return place.is_vendor ? vendor_pieces_ : long_extended_pieces_; }
+
+    void report(const WirePart& part, Place place) {
+        if (const char* const message = issue_of(part.problem)) {
+            issues_.push_back({message, place.text(),
+                               has_inner_type(part.problem) ? std::to_string(part.path.back()) : ""});
+        }
     }
 
     static void append(Bytes& bytes, byte_span more) { bytes.insert(bytes.end(), more.begin(), more.end()); }
 
     RadiusPacket& packet_;
-    const DictionaryTables& tables_;  // the dictionary's own
     std::string_view secret_;
     std::vector<ParseIssue> issues_;
 
-    std::map<std::pair<std::uint32_t, std::uint32_t>, Bytes> vendor_fragments_;  // by vendor and type
-    std::map<CodePath, Bytes> long_extended_fragments_;
+    OpenPieces vendor_pieces_;
+    OpenPieces long_extended_pieces_;
     std::optional<JoinedValue> joined_value_;
     bool joined_by_this_attribute_ = false;
 
     /// Attributes under whose key another code path came first. Their values follow all of that one's.
-    std::deque<RadiusAttribute> namesakes_;
+    std::vector<RadiusAttribute> namesakes_;
     std::map<CodePath, std::size_t> namesake_by_path_;  // where it is in `namesakes_`
 };
+
+}  // namespace
 
 std::vector<ParseIssue> pkt_load(RadiusPacket& packet, const std::uint8_t* data, std::size_t length,
                                  std::string_view secret) {

@@ -2,7 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 #include "quarn/radius/packet_code.h"
+#include "quarn/radius/pkt_dump.h"
+#include "testing/codec_dictionary.h"
 #include "testing/no_algorithms.h"
 #include "testing/packets.h"
 #include "testing/wire.h"
@@ -122,6 +128,94 @@ TEST(MessageAuthenticator, IsNotSixteenZeroBytesForWantOfAnAlgorithm) {
 TEST(ResponseAuthenticator, IsNotSixteenZeroBytesForWantOfAnAlgorithm) {
     test::without_algorithms(
         [] { EXPECT_FALSE(response_authenticator_fits(Bytes(20), ZERO16, "testing123")); });
+}
+
+/// A packet of this code that the encoder signed.
+Bytes encoded(std::uint8_t code, bool with_message_authenticator) {
+    RadiusPacket packet = test::new_packet(test::codec_dictionary(), code);
+    packet.request_authenticator = test::test_authenticator;
+    if (with_message_authenticator) {
+        packet.add_attribute("Message-Authenticator", std::string(16, '\0'));
+    }
+    packet.add_attribute("User-Name", "bob");
+    std::vector<ParseIssue> issues;
+    return pkt_dump(packet, "testing123", issues);
+}
+
+SignatureStatus status_of_reply(byte_span bytes) {
+    return verify_reply(bytes, test::test_authenticator, "testing123");
+}
+
+TEST(VerifyReply, TakesEveryReplyThatTheEncoderSigned) {
+    for (const std::uint8_t code : std::initializer_list<std::uint8_t>{2, 3, 5, 11, 41, 42, 44, 45}) {
+        EXPECT_EQ(status_of_reply(encoded(code, false)), SignatureStatus::Valid) << int{code};
+        EXPECT_EQ(status_of_reply(encoded(code, true)), SignatureStatus::Valid) << int{code};
+        EXPECT_EQ(verify_request(encoded(code, true), "testing123"), SignatureStatus::UnexpectedCode);
+    }
+}
+
+TEST(VerifyReply, FitsNoOtherRequestAndNoOtherSecret) {
+    EXPECT_EQ(verify_reply(encoded(2, false), ZERO16, "testing123"), SignatureStatus::AuthenticatorWrong);
+    EXPECT_EQ(verify_reply(encoded(2, true), ZERO16, "testing123"),
+              SignatureStatus::MessageAuthenticatorWrong);
+    EXPECT_EQ(verify_reply(encoded(2, true), test::test_authenticator, "testing124"),
+              SignatureStatus::MessageAuthenticatorWrong);
+}
+
+TEST(VerifyReply, CoversEveryBitOfThePacket) {
+    const Bytes reply = encoded(2, true);
+    for (std::size_t bit = 0; bit < 8 * reply.size(); ++bit) {
+        Bytes changed = reply;
+        changed[bit / 8] ^= static_cast<std::uint8_t>(1U << bit % 8);
+        EXPECT_NE(status_of_reply(changed), SignatureStatus::Valid) << bit;
+    }
+}
+
+TEST(VerifyReply, LeavesOutWhatFollowsThePacket) {
+    Bytes reply = encoded(2, true);
+    reply.push_back(0);
+    EXPECT_EQ(status_of_reply(reply), SignatureStatus::Valid);
+}
+
+TEST(VerifyReply, RefusesWhatCannotBeRead) {
+    const Bytes reply = encoded(2, true);
+    for (std::size_t size = 0; size < reply.size(); ++size) {
+        EXPECT_EQ(status_of_reply(byte_span(reply).first(size)), SignatureStatus::Malformed) << size;
+    }
+    EXPECT_EQ(status_of_reply(test::datagram(2, "0101")), SignatureStatus::Malformed);
+    EXPECT_EQ(status_of_reply(test::datagram(2, "5011" + std::string(30, '0'))),
+              SignatureStatus::MessageAuthenticatorMalformed);
+    const std::string digest = "5012" + std::string(32, '0');
+    EXPECT_EQ(status_of_reply(test::datagram(2, digest + digest)),
+              SignatureStatus::MessageAuthenticatorMalformed);
+}
+
+TEST(VerifyRequest, TakesEveryRequestThatTheEncoderSigned) {
+    for (const std::uint8_t code : std::initializer_list<std::uint8_t>{4, 40, 43}) {
+        EXPECT_EQ(verify_request(encoded(code, false), "testing123"), SignatureStatus::Valid) << int{code};
+        EXPECT_EQ(verify_request(encoded(code, true), "testing123"), SignatureStatus::Valid) << int{code};
+        EXPECT_EQ(status_of_reply(encoded(code, true)), SignatureStatus::UnexpectedCode);
+        EXPECT_EQ(verify_request(encoded(code, false), "testing124"), SignatureStatus::AuthenticatorWrong);
+    }
+    for (const std::uint8_t code : std::initializer_list<std::uint8_t>{1, 12}) {
+        EXPECT_EQ(verify_request(encoded(code, false), "testing123"), SignatureStatus::Unsigned);
+        EXPECT_EQ(verify_request(encoded(code, true), "testing123"), SignatureStatus::Valid);
+        EXPECT_EQ(verify_request(encoded(code, true), "testing124"),
+                  SignatureStatus::MessageAuthenticatorWrong);
+    }
+    EXPECT_EQ(verify_request(encoded(6, true), "testing123"), SignatureStatus::UnexpectedCode);
+}
+
+TEST(VerifyRequest, DoesNotLookAtTheMessageAuthenticatorOfAnAccountingRequest) {
+    Bytes request = test::datagram(4, "5003aa", ZERO16);
+    const test::Digest digest = [&request] {
+        Bytes covered = request;
+        const Bytes secret_bytes = utils::to_bytes("testing123");
+        covered.insert(covered.end(), secret_bytes.begin(), secret_bytes.end());
+        return test::md5(covered);
+    }();
+    std::copy(digest.begin(), digest.end(), request.begin() + 4);
+    EXPECT_EQ(verify_request(request, "testing123"), SignatureStatus::Valid);
 }
 
 }  // namespace

@@ -56,6 +56,11 @@ class RadiusPacket {
     /// last in order, even when there are no values.
     void add_attribute(RadiusAttribute&& attribute);
 
+    /// The entry under the key of this record and code path; a new one, last in order and without values, if
+    /// there is none. Caution: the entry may have another code path that goes by the same name. The record
+    /// must outlive the packet's attributes.
+    RadiusAttribute& find_or_add(const AttributeMetadata& record, const CodePath& path);
+
     /// Adds one value, made from text by the attribute's type (see `value_encoding.h`).
     ///
     /// Throws `std::runtime_error` "RadiusPacket: unknown attribute " and the name when the dictionary does
@@ -138,8 +143,6 @@ class RadiusPacket {
                 ///< bytes that `validate` covers; empty for a packet built in memory
 
   private:
-    friend class PacketDecoder;  // the library's own, behind `pkt_load`
-
     std::string _key_for_path(const CodePath& code_path, std::string_view name) const;
     void _set_wide_number(std::string_view name, const std::string& number);
     template <typename... Arguments>
