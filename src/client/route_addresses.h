@@ -15,7 +15,7 @@
 namespace quarn::client {
 
 /// Most addresses of a name that are tried: whoever answers for a name could have passwords sent to hundreds.
-constexpr std::size_t max_addresses = 16;
+inline constexpr std::size_t max_addresses = 16;
 
 /// The addresses of one route.
 class RouteAddresses {

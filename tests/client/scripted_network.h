@@ -8,6 +8,7 @@
 //     EXPECT_EQ(network.lines(), (Lines{"0 ms: 192.0.2.1:1812 udp 0107"}));
 #pragma once
 
+#include <gtest/gtest.h>
 #include <netdb.h>
 
 #include <algorithm>

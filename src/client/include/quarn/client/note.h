@@ -46,7 +46,7 @@ struct Note {
 };
 
 /// Most notes of one kind: who sends a thousand odd packets, or attributes, gets no more.
-constexpr std::size_t max_notes_of_a_kind = 8;
+inline constexpr std::size_t max_notes_of_a_kind = 8;
 
 /// Adds a note, unless there are as many of its kind as there may be.
 void add_note(std::vector<Note>& notes, NoteId id, std::string text);
