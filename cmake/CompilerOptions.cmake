@@ -27,8 +27,11 @@ else()
     target_compile_options(quarn_common_options INTERFACE -fstack-protector-strong)
     target_compile_options(quarn_compiler_options INTERFACE
         $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
-    target_link_options(quarn_common_options INTERFACE -Wl,-z,relro,-z,now)
 endif()
+
+# Hardening, and more: a function that is bound at its first call leaves vector registers on the stack, and with them
+# what was copied last, which may be a secret.
+target_link_options(quarn_common_options INTERFACE -Wl,-z,relro,-z,now)
 
 # What tells libFuzzer which code an input reached, and checks of the standard library's own beside.
 if(QUARN_BUILD_FUZZERS)

@@ -154,6 +154,18 @@ TEST(UdpSocket, SpeaksIpv6) {
     }
 }
 
+// A socket that heard both families would leave an IPv4 one no port to itself.
+TEST(UdpSocket, LeavesItsPortToIpv4WhenItIsOneOfIpv6) {
+    if (!has_ipv6()) {
+        GTEST_SKIP() << "no IPv6 here";
+    }
+    const UdpSocket ipv6 = opened(ipv6_loopback(9), {.connected = false});
+    const std::uint16_t port = ipv6.local_address()->port();
+    const UdpSocket ipv4 =
+        opened(loopback(9), {.source = Address::any(Family::IPv4, port), .connected = false});
+    EXPECT_EQ(ipv4.local_address()->port(), port);
+}
+
 TEST(UdpSocket, HearsNobodyElseWhenItIsConnected) {
     UdpPeer silent;
     UdpSocket socket = opened(loopback(silent.port()));
@@ -206,6 +218,17 @@ TEST(UdpSocket, WaitsNoLongerThanItIsTold) {
         const auto ready = socket.wait(time);
         ASSERT_TRUE(ready);
         EXPECT_FALSE(*ready);
+    }
+}
+
+TEST(UdpSocket, WaitsForPartsOfAMillisecondToo) {
+    UdpSocket socket = opened(loopback(9));
+    for (const auto time : {1us, 500us, 1001us}) {
+        const auto start = std::chrono::steady_clock::now();
+        const auto ready = socket.wait(time);
+        ASSERT_TRUE(ready);
+        EXPECT_FALSE(*ready);
+        EXPECT_GE(std::chrono::steady_clock::now() - start, time);
     }
 }
 

@@ -5,11 +5,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <system_error>
 #include <thread>
 
+#include "quarn/utils/file_descriptor.h"
 #include "testing/scratch_folder.h"
 
 namespace quarn::utils {
@@ -101,6 +105,49 @@ TEST_F(WholeFile, IsNoDeviceAndNoPipeWhereItHasToBeRegular) {
 TEST_F(WholeFile, NeverEndsAndIsGivenUp) {
     EXPECT_EQ(failure("/dev/zero", FileKind::Any), "opened, is larger than 64 MiB");
     EXPECT_EQ(read("/dev/null", FileKind::Any), "");
+}
+
+/// The descriptor by which this process reads the file, once it does.
+int reading_descriptor(const std::string& path) {
+    for (;;) {
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code gone;
+            const int number = std::stoi(entry.path().filename());
+            if (std::filesystem::read_symlink(entry, gone) == path &&
+                (fcntl(number, F_GETFL) & O_ACCMODE) == O_RDONLY) {
+                return number;
+            }
+        }
+    }
+}
+
+TEST_F(WholeFile, IsNotHandedToProgramsThatAreStartedMeanwhile) {
+    const std::string path = pipe();
+    std::thread reader([&] { EXPECT_EQ(read(path, FileKind::Any), ""); });
+    FileDescriptor writing_end(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    EXPECT_EQ(fcntl(reading_descriptor(path), F_GETFD), FD_CLOEXEC);
+    writing_end.close();
+    reader.join();
+}
+
+TEST_F(WholeFile, IsReadOnAfterASignal) {
+    struct sigaction handler {};
+    struct sigaction before {};
+    handler.sa_handler = [](int) {};  // without SA_RESTART: a read that waits fails
+    ASSERT_EQ(sigaction(SIGUSR1, &handler, &before), 0);
+    const std::string path = pipe();
+    std::thread reader([&] { EXPECT_EQ(read(path, FileKind::Any), "text"); });
+    {
+        std::ofstream writer(path);
+        reading_descriptor(path);
+        for (int i = 0; i < 20; ++i) {
+            EXPECT_EQ(pthread_kill(reader.native_handle(), SIGUSR1), 0);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        writer << "text";
+    }
+    reader.join();
+    EXPECT_EQ(sigaction(SIGUSR1, &before, nullptr), 0);
 }
 
 TEST_F(WholeFile, MayBeAPipe) {
