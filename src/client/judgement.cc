@@ -359,7 +359,7 @@ class ReplyJudge {
 }  // namespace
 
 Judgement judge_reply(utils::byte_span datagram, const EncodedRequest& request, std::string_view secret,
-                      std::shared_ptr<const radius::RadiusDictionary> dictionary,
+                      const std::shared_ptr<const radius::RadiusDictionary>& dictionary,
                       const JudgementOptions& options) {
     return ReplyJudge(datagram, request, secret, options).judge(dictionary);
 }

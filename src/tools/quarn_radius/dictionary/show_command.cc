@@ -71,7 +71,7 @@ std::string help_for(const std::string& query, const DictionaryCatalogue& catalo
     if (const Nearby nearby = catalogue.near(query); !nearby.empty()) {
         return "; these names contain it:\n" + nearby_text(nearby, "  ");
     }
-    const std::string suggestion = tools::terminal_text(catalogue.suggestion_for(query)) + "\n";
+    std::string suggestion = tools::terminal_text(catalogue.suggestion_for(query)) + "\n";
     const auto full = full_dictionary_beside(file);
     if (!full) {
         return suggestion;

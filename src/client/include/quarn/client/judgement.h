@@ -59,7 +59,7 @@ struct Judgement {
 /// Access-Accept or ACK is success; for a request of an unknown code, any authentic reply that is no Reject,
 /// NAK, Challenge or Protocol-Error is.
 Judgement judge_reply(utils::byte_span datagram, const EncodedRequest& request, std::string_view secret,
-                      std::shared_ptr<const subscriber::radius::RadiusDictionary> dictionary,
+                      const std::shared_ptr<const subscriber::radius::RadiusDictionary>& dictionary,
                       const JudgementOptions& options);
 
 }  // namespace quarn::client
