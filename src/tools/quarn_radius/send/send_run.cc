@@ -45,8 +45,6 @@ SharedDictionary load_dictionary(const std::string& path) {
     } catch (const std::runtime_error& error) {
         throw FileError(error.what());
     }
-    // Never freed: the process ends after the run, and giving back each record takes longer than a probe may.
-    [[maybe_unused]] static const auto& kept = *new SharedDictionary(dictionary);
     return dictionary;
 }
 
